@@ -1,0 +1,119 @@
+#include "core/Sorn.h"
+
+#include "data/Database.h"
+
+#include <cstdlib>
+
+#include "core/Error.h"
+#include "core/Output.h"
+#include "host/Config.h"
+#include "script/Module.h"
+#include "script/ScriptParser.h"
+#include "script/Variables.h"
+
+Sorn::Sorn()
+    : headerssent_(0),
+      deadline_(0),
+      vars_(nullptr),
+      environment_(new VariableList(1)),
+      currentmodule_(nullptr),
+      language_("en-US"),
+      defaultlanguage_("en-US"),
+      defaultmacroencoding_(MacroEncodingNone),
+      databases_(1),
+      modules_(1) {
+  vars_ = new Variables(this);
+}
+
+Sorn::~Sorn() {
+  delete vars_;
+  modules_.Dump();
+  databases_.Dump();
+  delete environment_;
+}
+
+int Sorn::Go() {
+  String path, name, error;
+  srand((unsigned)time(0));
+  if (!AddEnvironmentVariables()) return 0;
+  if (!LoadConfiguration() || !CheckConfiguration()) return 0;
+  if (!GetScriptInformation(path, name)) return 0;
+  if (!ProcessConfiguration(path, name)) return 0;
+  if (!AddSystemVariables() || !AddQueryArguments() || !AddQueryVariables() || !AddAPIVariables()) return 0;
+  if (!StartHeaders(200)) return 0;
+  headerssent_ = 1;
+  if (config()->usecookies && !OutputCookie()) return 0;
+  if (!EndHeaders()) return 0;
+
+  Module* module = new Module(this);
+  SetCurrentModule(module);
+  if (!module->Open(path, name, error)) {
+    Error(FatalError(error));
+    currentmodule_ = nullptr;
+    delete module;
+    return 0;
+  }
+  modules_.Insert(module, ListTail);
+  if (!AddContentVariables()) return 0;
+  ResetGlobalTimeout();
+  module->parser()->Parse();
+  return 1;
+}
+
+int Sorn::AddSystemVariables() { return 1; }
+
+int Sorn::AddContentVariables() { return 1; }
+
+int Sorn::ResetGlobalTimeout() {
+  if (config()->globaltimeout != 0) deadline_ = time(0) + config()->globaltimeout;
+  return 1;
+}
+
+int Sorn::timeremaining() {
+  if (deadline_ == 0) return -1;
+  return (int)(deadline_ - time(0));
+}
+
+String Sorn::BuildCookie(const String& cookie) { return cookie; }
+
+void Sorn::Error(const class Error& error) {
+  if (!headerssent_) {
+    StartHeaders(error.resultcode());
+    EndHeaders();
+    headerssent_ = 1;
+  }
+  output()->Write(error.message());
+  output()->Write("\r\n", 2);
+  output()->Flush();
+}
+
+void Sorn::Error(const String& text) {
+  if (!headerssent_) {
+    StartHeaders(200);
+    EndHeaders();
+    headerssent_ = 1;
+  }
+  output()->Write(text);
+  output()->Flush();
+}
+
+void Sorn::AddSiteVariable(const String& name, const String& value) { vars_->AddSystemVariable(name, value); }
+
+DatabaseView* Sorn::FindDatabaseView(const String&) { return nullptr; }
+
+Module* Sorn::FindModule(const String& path, String& error) {
+  Module* module = modules_.Find(path);
+  if (module != nullptr) return module;
+  module = new Module(currentmodule_);
+  if (!module->Open(path, path, error)) {
+    delete module;
+    return nullptr;
+  }
+  modules_.Insert(module, ListTail);
+  return module;
+}
+
+const char* Sorn::HTTPResultMessage(int) { return ""; }
+
+const char* ElementName(const Module* module) { return module->name().chars(); }
+const char* ElementName(const Database* database) { return database->name().chars(); }

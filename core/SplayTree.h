@@ -1,0 +1,125 @@
+// SplayTree: a top-down splay tree (Sleator and Tarjan) keyed by the
+// element's name, compared without case. Duplicates are kept, the newest on
+// top; Remove is a stub, elements leave only through Dump.
+#ifndef SORN_CORE_SPLAYTREE_H
+#define SORN_CORE_SPLAYTREE_H
+
+#include <strings.h>
+
+template <class T, class K = const char*>
+class SplayTree {
+ public:
+  explicit SplayTree(int owns = 1) : owns_(owns), root_(nullptr) {}
+  virtual ~SplayTree() {
+    if (root_ != nullptr) Dump();
+  }
+  SplayTree(const SplayTree&) = delete;
+  SplayTree& operator=(const SplayTree&) = delete;
+
+  virtual void Insert(T* element) {
+    Node* node = new Node{nullptr, nullptr, element};
+    if (root_ == nullptr) {
+      root_ = node;
+      return;
+    }
+    K key = Key(element);
+    Splay(key);
+    int c = Compare(key, root_->element);
+    if (c >= 0) {
+      node->right = root_->right;
+      node->left = root_;
+      root_->right = nullptr;
+    } else {
+      node->left = root_->left;
+      node->right = root_;
+      root_->left = nullptr;
+    }
+    root_ = node;
+  }
+  virtual int Remove(K) { return 0; }
+  virtual T* Find(K key) {
+    if (root_ == nullptr) return nullptr;
+    Splay(key);
+    return Compare(key, root_->element) == 0 ? root_->element : nullptr;
+  }
+  virtual void Dump() {
+    Free(root_);
+    root_ = nullptr;
+  }
+  virtual K Key(T* element) { return ElementName(element); }
+  virtual int Compare(K key, T* element) { return strcasecmp(key, Key(element)); }
+
+  // Calls visit on each element in key order; used for listings.
+  template <class F>
+  void Walk(F visit) const { WalkNode(root_, visit); }
+
+ private:
+  struct Node {
+    Node* left;
+    Node* right;
+    T* element;
+  };
+
+  void Splay(K key) {
+    Node header{nullptr, nullptr, nullptr};
+    Node* left = &header;
+    Node* right = &header;
+    Node* t = root_;
+    for (;;) {
+      int c = Compare(key, t->element);
+      if (c < 0) {
+        if (t->left == nullptr) break;
+        if (Compare(key, t->left->element) < 0) {
+          Node* y = t->left;  // rotate right
+          t->left = y->right;
+          y->right = t;
+          t = y;
+          if (t->left == nullptr) break;
+        }
+        right->left = t;  // link right
+        right = t;
+        t = t->left;
+      } else if (c > 0) {
+        if (t->right == nullptr) break;
+        if (Compare(key, t->right->element) > 0) {
+          Node* y = t->right;  // rotate left
+          t->right = y->left;
+          y->left = t;
+          t = y;
+          if (t->right == nullptr) break;
+        }
+        left->right = t;  // link left
+        left = t;
+        t = t->right;
+      } else {
+        break;
+      }
+    }
+    left->right = t->left;
+    right->left = t->right;
+    t->left = header.right;
+    t->right = header.left;
+    root_ = t;
+  }
+
+  void Free(Node* node) {
+    if (node == nullptr) return;
+    Free(node->left);
+    if (owns_) delete node->element;
+    Free(node->right);
+    delete node;
+  }
+
+  template <class F>
+  static void WalkNode(Node* node, F& visit) {
+    if (node == nullptr) return;
+    WalkNode(node->left, visit);
+    visit(node->element);
+    WalkNode(node->right, visit);
+  }
+
+  int owns_;
+  Node* root_;
+};
+
+#endif

@@ -1,0 +1,343 @@
+#include "core/String.h"
+
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+
+String::String() : buffer_(new char[kQuantum]), capacity_(kQuantum), length_(0) {
+  buffer_[0] = 0;
+}
+
+String::String(const char* text, int length) : buffer_(nullptr), capacity_(0), length_(0) {
+  if (text == nullptr) {
+    buffer_ = new char[kQuantum];
+    capacity_ = kQuantum;
+    buffer_[0] = 0;
+  } else {
+    assign(text, length);
+  }
+}
+
+String::String(const String& other)
+    : buffer_(nullptr), capacity_(other.capacity_), length_(other.length_) {
+  if (other.buffer_ != nullptr) {
+    buffer_ = new char[capacity_];
+    memcpy(buffer_, other.buffer_, length_ + 1);
+  }
+}
+
+String::~String() { delete[] buffer_; }
+
+String& String::operator=(const String& other) {
+  if (this == &other || other.buffer_ == nullptr) return *this;
+  return assign(other.buffer_, other.length_);
+}
+
+String& String::assign(const char* text, int length) {
+  if (text == nullptr) text = "";
+  if (length == -1) length = (int)strlen(text);
+  if (length < 0) length = 0;
+  char* old = buffer_;
+  capacity_ = Round(length + 1);
+  buffer_ = new char[capacity_];
+  memcpy(buffer_, text, length);
+  buffer_[length] = 0;
+  length_ = length;
+  delete[] old;
+  return *this;
+}
+
+String& String::assign(char c) {
+  delete[] buffer_;
+  buffer_ = new char[kQuantum];
+  capacity_ = kQuantum;
+  buffer_[0] = c;
+  buffer_[1] = 0;
+  length_ = 1;
+  return *this;
+}
+
+String& String::cat(const char* text, int length) {
+  if (buffer_ == nullptr) return assign(text, -1);
+  if (text == nullptr) return *this;
+  if (length == -1) length = (int)strlen(text);
+  if (length <= 0) return *this;
+  if (length_ + length < capacity_) {
+    memmove(buffer_ + length_, text, length);
+  } else {
+    int capacity = Round(length_ + length + 1);
+    char* grown = new char[capacity];
+    memcpy(grown, buffer_, length_);
+    memcpy(grown + length_, text, length);
+    delete[] buffer_;
+    buffer_ = grown;
+    capacity_ = capacity;
+  }
+  length_ += length;
+  buffer_[length_] = 0;
+  return *this;
+}
+
+String& String::cat(char c) {
+  if (buffer_ == nullptr) return assign(c);
+  if (length_ + 1 >= capacity_) {
+    int capacity = Round(capacity_ + 1);
+    char* grown = new char[capacity];
+    memcpy(grown, buffer_, length_);
+    delete[] buffer_;
+    buffer_ = grown;
+    capacity_ = capacity;
+  }
+  buffer_[length_++] = c;
+  buffer_[length_] = 0;
+  return *this;
+}
+
+String& String::prepend(const char* text) {
+  int add = (int)strlen(text);
+  int old = buffer_ ? (int)strlen(buffer_) : 0;
+  int capacity = old + add < capacity_ ? capacity_ : Round(old + add + 1);
+  char* fresh = new char[capacity];
+  memcpy(fresh, text, add);
+  if (old) memcpy(fresh + add, buffer_, old);
+  fresh[old + add] = 0;
+  delete[] buffer_;
+  buffer_ = fresh;
+  capacity_ = capacity;
+  length_ = old + add;
+  return *this;
+}
+
+String& String::prepend(char c) {
+  char text[2] = {c, 0};
+  return prepend(text);
+}
+
+int String::search(const char* pattern, int from) const {
+  if (pattern == nullptr || buffer_ == nullptr) return -1;
+  int plen = (int)strlen(pattern);
+  if (plen == 0 || length_ == 0 || length_ < plen) return -1;
+  if (from < 0) from = 0;
+  for (int i = from; i + plen <= length_; i++) {
+    if (buffer_[i] == pattern[0] && memcmp(buffer_ + i, pattern, plen) == 0) return i;
+  }
+  return -1;
+}
+
+bool String::contains(char c, int from) const {
+  if (from < 0) from = 0;
+  for (int i = from; i < length_; i++)
+    if (buffer_[i] == c) return true;
+  return false;
+}
+
+bool String::matches(char c, int position) const {
+  if (length_ < position || position < 0) return false;
+  return buffer_[position] == c;
+}
+
+bool String::matches(const char* text, int position) const {
+  int tlen = (int)strlen(text);
+  if (position < 0) return false;
+  if (length_ - position < tlen) return false;
+  if (position >= length_) return true;
+  for (int i = position; i < length_; i++) {
+    if (toupper((unsigned char)buffer_[i]) != toupper((unsigned char)text[i - position]))
+      return false;
+  }
+  return true;
+}
+
+int String::freq(const char* pattern) const {
+  int count = 0;
+  for (int at = search(pattern, 0); at >= 0; at = search(pattern, at + 1)) count++;
+  return count;
+}
+
+String String::before(int n) const {
+  if (n >= length_) return *this;
+  if (n < 0) return String();
+  return String(buffer_, n);
+}
+
+String String::before(const char* pattern) const {
+  int at = search(pattern, 0);
+  if (at < 0) return *this;
+  return String(buffer_, at);
+}
+
+String String::after(int n) const {
+  if (n < -1 || n + 1 >= length_) return String();
+  return String(buffer_ + n + 1, length_ - n - 1);
+}
+
+String String::after(const char* pattern, int from) const {
+  int at = search(pattern, from);
+  if (at < 0) return String();
+  int start = at + (int)strlen(pattern);
+  return String(buffer_ + start, length_ - start);
+}
+
+String String::from(int n) const {
+  if (n >= length_) return String();
+  if (n < 0) n = 0;
+  return String(buffer_ + n, length_ - n);
+}
+
+String String::from(const char* pattern, int from) const {
+  int at = search(pattern, from);
+  if (at < 0) return String();
+  return String(buffer_ + at, length_ - at);
+}
+
+String String::at(int start, int end) const {
+  if (start < 0) start = 0;
+  if (start >= length_) return String();
+  if (end > length_) end = length_;
+  if (end <= start) return String();
+  return String(buffer_ + start, end - start);
+}
+
+void String::StripWhitespace() {
+  if (buffer_ == nullptr) return;
+  int len = (int)strlen(buffer_);
+  int start = 0;
+  while (start < len && IsWhite(buffer_[start])) start++;
+  while (len > start && IsWhite(buffer_[len - 1])) len--;
+  memmove(buffer_, buffer_ + start, len - start);
+  length_ = len - start;
+  buffer_[length_] = 0;
+}
+
+void String::ltrim() {
+  if (buffer_ == nullptr) return;
+  int len = (int)strlen(buffer_);
+  int start = 0;
+  while (start < len && IsWhite(buffer_[start])) start++;
+  memmove(buffer_, buffer_ + start, len - start);
+  length_ = len - start;
+  buffer_[length_] = 0;
+}
+
+void String::CompressWhitespace() {
+  if (buffer_ == nullptr) return;
+  int len = (int)strlen(buffer_);
+  int out = 0;
+  bool inrun = false;
+  for (int i = 0; i < len; i++) {
+    bool white = IsWhite(buffer_[i]);
+    if (!(white && inrun)) buffer_[out++] = buffer_[i];
+    inrun = white;
+  }
+  length_ = out;
+  buffer_[out] = 0;
+}
+
+void String::upcase() {
+  for (int i = 0; i < length_; i++) buffer_[i] = (char)toupper((unsigned char)buffer_[i]);
+}
+
+void String::lowcase() {
+  for (int i = 0; i < length_; i++) buffer_[i] = (char)tolower((unsigned char)buffer_[i]);
+}
+
+String String::upper() const {
+  String s(*this);
+  if (s.buffer_) s.upcase();
+  return s;
+}
+
+String String::lower() const {
+  String s(*this);
+  if (s.buffer_) s.lowcase();
+  return s;
+}
+
+int String::gsub(const char* pattern, const char* replacement) {
+  int at = search(pattern, 0);
+  if (at < 0) return 0;
+  int plen = (int)strlen(pattern);
+  String result;
+  int last = 0, count = 0;
+  while (at >= 0) {
+    result.cat(buffer_ + last, at - last);
+    if (replacement) result.cat(replacement, -1);
+    last = at + plen;
+    count++;
+    at = search(pattern, last);
+  }
+  result.cat(buffer_ + last, length_ - last);
+  *this = result;
+  return count;
+}
+
+String String::padl(int width, char c) const {
+  String s(*this);
+  if (s.length_ >= width) return s;
+  String pad;
+  for (int i = s.length_; i < width; i++) pad.cat(c);
+  pad.cat(s);
+  return pad;
+}
+
+String String::padr(int width, char c) const {
+  String s(*this);
+  while (s.length_ < width) s.cat(c);
+  return s;
+}
+
+void String::truncate(int n) {
+  if (buffer_ == nullptr || n < 0 || n >= length_) return;
+  length_ = n;
+  buffer_[n] = 0;
+}
+
+String operator+(char c, const String& s) {
+  String r;
+  r.assign(c);
+  r.cat(s);
+  return r;
+}
+
+String operator+(const String& a, const String& b) {
+  String r(a);
+  r.cat(b);
+  return r;
+}
+
+String operator+(const String& a, const char* b) {
+  String r(a);
+  r.cat(b, -1);
+  return r;
+}
+
+String operator+(const char* a, const String& b) {
+  String r(a);
+  r.cat(b);
+  return r;
+}
+
+bool operator==(const String& a, const char* b) { return strcmp(a.chars(), b ? b : "") == 0; }
+
+bool operator==(const String& a, const String& b) {
+  return a.length() == b.length() && memcmp(a.chars(), b.chars(), a.length()) == 0;
+}
+
+int split(const String& source, String* pieces, int maximum, const String& separator) {
+  if (separator.empty()) {
+    if (maximum > 0) {
+      pieces[0] = source;
+      return 1;
+    }
+    return 0;
+  }
+  int count = 0, start = 0;
+  int at = source.search(separator, 0);
+  while (count < maximum && at >= 0) {
+    pieces[count++] = source.at(start, at);
+    start = at + separator.length();
+    at = source.search(separator, start);
+  }
+  if (count < maximum && start < source.length()) pieces[count++] = source.from(start);
+  return count;
+}

@@ -1,0 +1,89 @@
+// String: the engine's own text type. One owned, NUL-terminated heap buffer
+// grown in steps of 24 bytes; no sharing. The length is authoritative, so
+// embedded NUL bytes survive assign, cat and at.
+#ifndef SORN_CORE_STRING_H
+#define SORN_CORE_STRING_H
+
+class String {
+ public:
+  enum { kQuantum = 24 };
+
+  String();
+  String(const char* text, int length = -1);
+  String(const String& other);
+  ~String();
+  String& operator=(const String& other);
+  String& operator=(const char* text) { return assign(text, -1); }
+
+  String& assign(const char* text, int length = -1);
+  String& assign(char c);
+  String& cat(const char* text, int length = -1);
+  String& cat(char c);
+  String& cat(const String& s) { return cat(s.buffer_ ? s.buffer_ : "", s.length_); }
+  String& prepend(const char* text);
+  String& prepend(char c);
+
+  // Case-sensitive byte search; -1 for an empty pattern or string.
+  int search(const char* pattern, int from = 0) const;
+  int index(const char* pattern) const { return search(pattern, 0); }
+  bool contains(char c, int from = 0) const;
+  bool contains(const char* pattern, int from = 0) const { return search(pattern, from) >= 0; }
+  bool matches(char c, int position = 0) const;
+  // Case-insensitive equality of the whole rest of the string with text.
+  bool matches(const char* text, int position = 0) const;
+  int freq(const char* pattern) const;
+
+  String before(int n) const;
+  String before(const char* pattern) const;  // whole string when absent
+  String after(int n) const;
+  String after(const char* pattern, int from = 0) const;  // empty when absent
+  String from(int n) const;
+  String from(const char* pattern, int from = 0) const;
+  String at(int start, int end) const;  // half-open range
+
+  void StripWhitespace();
+  void ltrim();
+  void CompressWhitespace();
+  void upcase();
+  void lowcase();
+  String upper() const;
+  String lower() const;
+  int gsub(const char* pattern, const char* replacement);
+  String padl(int width, char c) const;
+  String padr(int width, char c) const;
+
+  const char* chars() const { return buffer_ ? buffer_ : ""; }
+  operator const char*() const { return chars(); }
+  int length() const { return length_; }
+  int capacity() const { return capacity_; }
+  bool empty() const { return length_ == 0; }
+  char operator[](int i) const { return buffer_[i]; }
+  char* buffer() { return buffer_; }
+
+  // Cuts the text to n characters (n at most the length).
+  void truncate(int n);
+
+  static int Round(int n) { return ((n + kQuantum - 1) / kQuantum) * kQuantum; }
+
+ private:
+  char* buffer_;
+  int capacity_;
+  int length_;
+};
+
+String operator+(char c, const String& s);
+String operator+(const String& a, const String& b);
+String operator+(const String& a, const char* b);
+String operator+(const char* a, const String& b);
+bool operator==(const String& a, const char* b);
+inline bool operator!=(const String& a, const char* b) { return !(a == b); }
+bool operator==(const String& a, const String& b);
+
+// Splits source at each separator into at most maximum pieces; returns the
+// number stored. A trailing separator gives no trailing empty piece.
+int split(const String& source, String* pieces, int maximum, const String& separator);
+
+// The characters the scanner counts as white space.
+inline bool IsWhite(int c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+#endif

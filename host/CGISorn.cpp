@@ -1,0 +1,129 @@
+#include "host/CGISorn.h"
+
+#include <errno.h>
+#include <stdlib.h>
+#include <signal.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "core/Error.h"
+#include "core/Output.h"
+#include "host/UNIXConfig.h"
+#include "host/UNIXFileManager.h"
+#include "script/Variable.h"
+#include "script/Variables.h"
+
+extern char** environ;
+
+namespace {
+
+// The one object the signal handler may reach; it only sets a flag there.
+CGISorn* signal_target = nullptr;
+
+extern "C" void CGISornSignalHandler(int) {
+  if (signal_target != nullptr) signal_target->Signal();
+}
+
+}  // namespace
+
+CGISorn::CGISorn(int argc, char** argv)
+    : argc_(argc),
+      argv_(argv),
+      pathenv_(nullptr),
+      signalled_(0),
+      config_(nullptr),
+      filemanager_(new UNIXFileManager(this)),
+      output_(new StandardOutput(8192)),
+      scriptuid_(-1),
+      scriptgid_(-1),
+      contenttype_("text/html"),
+      servermode_(0) {
+  signal_target = this;
+  const int signals[] = {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM};
+  for (int s : signals) signal(s, CGISornSignalHandler);
+
+  basename_ = (argc > 0 && argv != nullptr && argv[0] != nullptr) ? argv[0] : "";
+  while (basename_.contains('/')) basename_ = basename_.after("/");
+
+  for (char** e = environ; e != nullptr && *e != nullptr; e++) {
+    const char* eq = strchr(*e, '=');
+    if (eq == nullptr) {
+      environment_->SetVariable(*e, "");
+    } else {
+      String name(*e, (int)(eq - *e));
+      environment_->SetVariable(name, eq + 1);
+    }
+  }
+  Variable* pathinfo = environment_->Find("PATH_INFO");
+  if (pathinfo != nullptr) redirectpath_ = pathinfo->value();
+}
+
+CGISorn::~CGISorn() {
+  delete output_;
+  delete filemanager_;
+  delete config_;
+  if (pathenv_ != nullptr) {
+    putenv((char*)"PATH=");
+    delete[] pathenv_;
+  }
+  signal_target = nullptr;
+}
+
+Config* CGISorn::config() { return config_; }
+FileManager* CGISorn::filemanager() { return filemanager_; }
+Output* CGISorn::output() { return output_; }
+String CGISorn::lasterror() { return strerror(errno); }
+
+String CGISorn::hostname() { return vars()->GetSystemVariableValue("SERVER_NAME"); }
+
+int CGISorn::timedout() {
+  if (signalled_) return 1;
+  return deadline_ != 0 && deadline_ < time(0);
+}
+
+int CGISorn::GetConfigurationFile(String& path) {
+  struct stat st;
+  String program = (argc_ > 0 && argv_[0] != nullptr) ? argv_[0] : "";
+  path = program + ".conf";
+  if (stat(path.chars(), &st) == 0) return 1;
+
+  String last = program;
+  while (last.contains('/')) last = last.after("/");
+  char cwd[4096];
+  String directory = getcwd(cwd, sizeof cwd) != nullptr ? cwd : "";
+  if (directory.empty() || directory[directory.length() - 1] != '/') directory.cat('/');
+  path = directory + last + ".conf";
+  if (stat(path.chars(), &st) == 0) return 1;
+
+  path = "/etc/" + last + ".conf";
+  return 1;
+}
+
+int CGISorn::LoadConfiguration() {
+  delete config_;
+  config_ = nullptr;
+  String file;
+  if (!GetConfigurationFile(file)) {
+    Error(FatalError("Unable to locate configuration file"));
+    return 0;
+  }
+  if (RunningSetUIDRoot()) servermode_ = 2;
+  config_ = new UNIXConfig(this, servermode_ == 2);
+  if (config_->ReadConfiguration(file) != 0) return 0;
+  if (servermode_ == 0 && (!config_->authfile.empty() || !config_->authuserdir.empty())) servermode_ = 1;
+  return 1;
+}
+
+int CGISorn::CheckConfiguration() {
+  if (config_->ValidateConfiguration() != 0) return 0;
+  if (config_->redirectonly && redirectpath_.empty()) {
+    Error(FatalError("Sorn is configured for redirected use only"));
+    return 0;
+  }
+  if (config_->serveruserid != -1 && config_->serveruserid != (int)getuid()) {
+    Error(FatalError("The UID of the process which executed Sorn does not match the serveruserid configuration variable"));
+    return 0;
+  }
+  return 1;
+}

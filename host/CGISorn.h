@@ -1,0 +1,76 @@
+// CGISorn: the CGI and Unix host of one request.
+#ifndef SORN_HOST_CGISORN_H
+#define SORN_HOST_CGISORN_H
+
+#include "core/Sorn.h"
+
+class StandardOutput;
+class UNIXConfig;
+class UNIXFileManager;
+
+class CGISorn : public Sorn {
+ public:
+  CGISorn(int argc, char** argv);
+  ~CGISorn() override;
+
+  // Configuration (CGISorn.cpp).
+  int LoadConfiguration() override;
+  int CheckConfiguration() override;
+  int GetConfigurationFile(String& path);
+
+  // Script location and path security (ScriptLocation.cpp).
+  int GetScriptInformation(String& path, String& name) override;
+  int ProcessConfiguration(const String& path, const String& name) override;
+  int ResolvePath(const String& path, String& result, PathType type, String& message) override;
+  int RunningSetUIDRoot();
+  int SwitchToUserMode(int uid);
+  String UserNameFromUID(int uid);
+
+  // Request variables and headers (RequestVariables.cpp).
+  int AddEnvironmentVariables() override;
+  int AddAPIVariables() override;
+  int AddQueryArguments() override;
+  int AddQueryVariables() override;
+  int StartHeaders(int status) override;
+  int OutputCookie() override;
+  int EndHeaders() override;
+  String RequestHeader(const String& name) override;
+  int ReadContent(char* buffer, int size) override;
+  String currentdate() override;
+  String Crypt(const String& text, const String& salt) override;
+  String MakeSessionID() override;
+
+  Config* config() override;
+  FileManager* filemanager() override;
+  String basename() override { return basename_; }
+  String hostname() override;
+  int timedout() override;
+  String lasterror() override;
+  Output* output() override;
+
+  void Signal() { signalled_ = 1; }
+  int servermode() const { return servermode_; }
+  const String& scriptdirectory() const { return scriptdirectory_; }
+  const String& datadirectory() const { return datadirectory_; }
+
+ private:
+  int argc_;
+  char** argv_;
+  char* pathenv_;
+  String redirectpath_;
+  String basename_;
+  volatile int signalled_;
+  UNIXConfig* config_;
+  UNIXFileManager* filemanager_;
+  StandardOutput* output_;
+  String scriptdirectory_;
+  String datadirectory_;
+  int scriptuid_;
+  int scriptgid_;
+  String contenttype_;
+  String username_;
+  String homedirectory_;
+  int servermode_;
+};
+
+#endif

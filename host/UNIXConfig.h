@@ -1,0 +1,26 @@
+// UNIXConfig: the configuration as read from the configuration file.
+#ifndef SORN_HOST_UNIXCONFIG_H
+#define SORN_HOST_UNIXCONFIG_H
+
+#include "host/Config.h"
+
+class UNIXConfig : public Config {
+ public:
+  UNIXConfig(Sorn* sorn, int servermode);
+  ~UNIXConfig() override;
+
+  int SetConfigValue(const String& name, const String& value) override;
+  // 0 on success, 1 on failure (reported).
+  int ReadConfiguration(const String& path);
+  int ValidateConfiguration();
+
+  String virtualhost;
+  String currentdirectory;
+  String defaultcontenttype;
+
+ private:
+  Sorn* sorn_;
+  int servermode_;
+};
+
+#endif

@@ -1,0 +1,111 @@
+#include "core/String.h"
+
+#include <gtest/gtest.h>
+
+TEST(String, BeforeAndAfterAreAsymmetricWhenPatternIsMissing) {
+  String s("abc");
+  EXPECT_STREQ(s.before("x"), "abc");
+  EXPECT_STREQ(s.after("x"), "");
+  EXPECT_STREQ(s.before("b"), "a");
+  EXPECT_STREQ(s.after("b"), "c");
+  EXPECT_STREQ(s.before(-1), "");
+  EXPECT_STREQ(s.before(9), "abc");
+  EXPECT_STREQ(s.after(0), "bc");
+  EXPECT_STREQ(s.after(2), "");
+  EXPECT_STREQ(s.from("b"), "bc");
+  EXPECT_STREQ(s.from("x"), "");
+  EXPECT_STREQ(s.at(1, 99), "bc");
+  EXPECT_STREQ(s.at(3, 4), "");
+}
+
+TEST(String, MatchesIsWholeTextCaseInsensitiveEquality) {
+  EXPECT_TRUE(String("abc").matches("ABC"));
+  EXPECT_FALSE(String("abcd").matches("abc"));
+  EXPECT_FALSE(String("ab").matches("abc"));
+  EXPECT_TRUE(String("xabc").matches("ABC", 1));
+  EXPECT_TRUE(String("abc").matches("", 3));
+  EXPECT_TRUE(String("abc").matches('\0', 3));
+  EXPECT_FALSE(String("abc").matches('c', 4));
+}
+
+TEST(String, SearchEdges) {
+  EXPECT_EQ(String("").search("a"), -1);
+  EXPECT_EQ(String("abc").search(""), -1);
+  EXPECT_EQ(String("ab").search("abc"), -1);
+  EXPECT_EQ(String("aab").search("ab"), 1);
+  EXPECT_EQ(String("abab").search("ab", 1), 2);
+  EXPECT_EQ(String("aaa").freq("aa"), 2);
+}
+
+TEST(String, GrowsInQuantumSteps) {
+  String s;
+  EXPECT_EQ(s.capacity(), 24);
+  for (int i = 0; i < 23; i++) s.cat('x');
+  EXPECT_EQ(s.capacity(), 24);
+  s.cat('y');
+  EXPECT_EQ(s.capacity(), 48);
+  String t("0123456789012345678901234567890");
+  EXPECT_EQ(t.capacity(), 48);
+  t.cat("0123456789012345678", -1);
+  EXPECT_EQ(t.length(), 50);
+  EXPECT_EQ(t.capacity(), 72);
+}
+
+TEST(String, EmbeddedNulSurvivesAssignAndCat) {
+  String s("a\0b", 3);
+  s.cat("\0c", 2);
+  EXPECT_EQ(s.length(), 5);
+  EXPECT_EQ(s[3], '\0');
+  EXPECT_EQ(s.at(2, 5).length(), 3);
+}
+
+TEST(String, WhitespaceHandling) {
+  String s(" \t a  b\n\n c \r\n");
+  s.StripWhitespace();
+  EXPECT_STREQ(s, "a  b\n\n c");
+  s.CompressWhitespace();
+  EXPECT_STREQ(s, "a b\nc");
+  String t("x\t  y");
+  t.CompressWhitespace();
+  EXPECT_STREQ(t, "x\ty");
+  String u("  lead ");
+  u.ltrim();
+  EXPECT_STREQ(u, "lead ");
+}
+
+TEST(String, GsubDoesNotRescanReplacement) {
+  String s("aaa");
+  s.gsub("a", "aa");
+  EXPECT_STREQ(s, "aaaaaa");
+  String t("abcabc");
+  t.gsub("b", nullptr);
+  EXPECT_STREQ(t, "acac");
+  String u("abc");
+  u.gsub("x", "y");
+  EXPECT_STREQ(u, "abc");
+}
+
+TEST(String, PaddingAndPrepend) {
+  EXPECT_STREQ(String("7").padl(3, '0'), "007");
+  EXPECT_STREQ(String("7").padr(3, '.'), "7..");
+  EXPECT_STREQ(String("long").padl(2, '0'), "long");
+  String s("bc");
+  s.prepend('a');
+  s.prepend("__");
+  EXPECT_STREQ(s, "__abc");
+  EXPECT_STREQ('x' + String("yz"), "xyz");
+}
+
+TEST(Split, TrailingSeparatorAndMaximum) {
+  String pieces[4];
+  ASSERT_EQ(split("a,b,", pieces, 4, ","), 2);
+  EXPECT_STREQ(pieces[0], "a");
+  EXPECT_STREQ(pieces[1], "b");
+  ASSERT_EQ(split(",a", pieces, 4, ","), 2);
+  EXPECT_STREQ(pieces[0], "");
+  EXPECT_STREQ(pieces[1], "a");
+  ASSERT_EQ(split("a,,b,c", pieces, 2, ","), 2);
+  EXPECT_STREQ(pieces[1], "");
+  ASSERT_EQ(split("abc", pieces, 4, ""), 1);
+  EXPECT_EQ(split("abc", pieces, 0, ""), 0);
+}
