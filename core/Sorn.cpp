@@ -113,7 +113,5 @@ Module* Sorn::FindModule(const String& path, String& error) {
   return module;
 }
 
-const char* Sorn::HTTPResultMessage(int) { return ""; }
-
 const char* ElementName(const Module* module) { return module->name().chars(); }
 const char* ElementName(const Database* database) { return database->name().chars(); }

@@ -90,6 +90,14 @@ class Sorn {
 
   int headerssent() const { return headerssent_; }
 
+  // Text codings used by macros, built-ins and the request parsers; each
+  // rewrites its argument in place and stops at the end of the text.
+  static void EncodeAttribute(String& text);
+  static void DecodeAttribute(String& text);
+  static void EncodeEntities(String& text);
+  static void DecodeEntities(String& text);
+  static String HexValue(const unsigned char c);
+
  protected:
   int headerssent_;
   time_t deadline_;

@@ -1,0 +1,3 @@
+#include "core/Sorn.h"
+
+const char* Sorn::HTTPResultMessage(int) { return ""; }
