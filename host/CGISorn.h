@@ -22,6 +22,10 @@ class CGISorn : public Sorn {
   int GetScriptInformation(String& path, String& name) override;
   int ProcessConfiguration(const String& path, const String& name) override;
   int ResolvePath(const String& path, String& result, PathType type, String& message) override;
+  // The data directory of the request in the current mode, walked and
+  // checked; then the site variables, with the switch of user between
+  // them in server safe mode. 1, or 0 after reporting.
+  int ProcessDataDirectory(const String& name);
   int RunningSetUIDRoot();
   int SwitchToUserMode(int uid);
   String UserNameFromUID(int uid);

@@ -74,3 +74,20 @@ int UNIXConfig::ValidateConfiguration() {
     stdmodedatadir = currentdirectory + "/" + stdmodedatadir;
   return 0;
 }
+
+int UNIXConfig::ReadSiteVars() {
+  if (sitevars.empty()) return 0;
+  return ReadSiteVarsFile(sorn_, sitevars, 1);
+}
+
+// The user's file lies in the data directory and passes the same gate as
+// every data path; a missing file is no error.
+int UNIXConfig::ReadUserSiteVars() {
+  if (usersitevars.empty()) return 0;
+  String resolved, message;
+  if (!sorn_->ResolvePath(usersitevars, resolved, DataPath, message)) {
+    sorn_->Error(ConfigurationError(this, message));
+    return 1;
+  }
+  return ReadSiteVarsFile(sorn_, resolved, 0);
+}

@@ -13,6 +13,10 @@ class UNIXConfig : public Config {
   // 0 on success, 1 on failure (reported).
   int ReadConfiguration(const String& path);
   int ValidateConfiguration();
+  // The system-wide and the user's site-variable files. 0 on success, 1 on
+  // failure (reported).
+  int ReadSiteVars();
+  int ReadUserSiteVars();
 
   String virtualhost;
   String currentdirectory;
