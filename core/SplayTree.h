@@ -1,10 +1,14 @@
 // SplayTree: a top-down splay tree (Sleator and Tarjan) keyed by the
-// element's name, compared without case. Duplicates are kept, the newest on
+// element's name (ElementName), compared without case. Duplicates are kept, the newest on
 // top; Remove is a stub, elements leave only through Dump.
 #ifndef SORN_CORE_SPLAYTREE_H
 #define SORN_CORE_SPLAYTREE_H
 
 #include <strings.h>
+
+// Key comparison of the trees: names ignore case, numbers compare as such.
+inline int CompareKeys(const char* a, const char* b) { return strcasecmp(a, b); }
+inline int CompareKeys(int a, int b) { return a < b ? -1 : a > b ? 1 : 0; }
 
 template <class T, class K = const char*>
 class SplayTree {
@@ -47,7 +51,7 @@ class SplayTree {
     root_ = nullptr;
   }
   virtual K Key(T* element) { return ElementName(element); }
-  virtual int Compare(K key, T* element) { return strcasecmp(key, Key(element)); }
+  virtual int Compare(K key, T* element) { return CompareKeys(key, Key(element)); }
 
   // Calls visit on each element in key order; used for listings.
   template <class F>

@@ -1,24 +1,439 @@
 #include "script/ScriptParser.h"
 
 #include "core/Buffer.h"
+#include "core/Error.h"
 #include "core/Output.h"
 #include "core/Sorn.h"
+#include "script/ErrorHandler.h"
+#include "script/Expression.h"
+#include "script/MacroExpander.h"
+#include "script/ScriptState.h"
+#include "script/TagIds.h"
+#include "script/Variables.h"
 
-ScriptParser::ScriptParser(Sorn* sorn, Buffer* buffer) : sorn_(sorn), buffer_(buffer), output_(sorn->output()) {}
+namespace {
 
-ScriptParser::ScriptParser(ScriptParser* parent, Buffer* buffer)
-    : sorn_(parent->sorn_), buffer_(buffer), output_(parent->output_) {}
+// The supported tags, in table order. Attributes: comma-separated names, a
+// '!' marks a required one, "=text" gives a default.
+struct TagRow {
+  const char* name;
+  int id;
+  int closingid;
+  const char* attributes;
+};
 
-int ScriptParser::Parse() {
-  char line[512];
-  int used = 0;
-  for (int c = buffer_->GetNextChar(); c >= 0; c = buffer_->GetNextChar()) {
-    line[used++] = (char)c;
-    if (used == (int)sizeof line) {
-      output_->Write(line, used);
-      used = 0;
+const TagRow kTags[] = {
+    {"IF", TagIF, TagEndIF, ""},
+    {"/IF", TagEndIF, 0, ""},
+    {"IMPORT", TagIMPORT, TagEndIMPORT, ""},
+    {"/IMPORT", TagEndIMPORT, 0, ""},
+    {"EXPORT", TagEXPORT, 0, ""},
+    {"LET", TagLET, 0, ""},
+    {"EVAL", TagEVAL, 0, ""},
+    {"EVALUATE", TagEVAL, 0, ""},
+    {"HIDE", TagHIDE, 0, ""},
+    {"FILE", TagFILE, 0, ""},
+    {"MAIL", TagMAIL, TagEndMAIL, ""},
+    {"/MAIL", TagEndMAIL, 0, ""},
+    {"WHILE", TagWHILE, TagEndWHILE, ""},
+    {"/WHILE", TagEndWHILE, 0, ""},
+    {"CALL", TagCALL, TagEndCALL, ""},
+    {"/CALL", TagEndCALL, 0, ""},
+    {"LOOMTEXT", TagLOOMTEXT, 0, ""},
+    {"EXIT", TagEXIT, 0, ""},
+    {"SnIF", TagSnIF, TagEndSnIF, ""},
+    {"SnELSE", TagSnELSE, TagEndSnIF, ""},
+    {"/SnIF", TagEndSnIF, 0, ""},
+    {"SnIMPORT", TagSnIMPORT, TagEndSnIMPORT, "FILE!,FIELDS!,DELIMITER!"},
+    {"SnIMPORTSTOP", TagSnIMPORTSTOP, 0, ""},
+    {"/SnIMPORT", TagEndSnIMPORT, 0, ""},
+    {"SnEXPORT", TagSnEXPORT, 0, "FILE!,FIELDS!,DELIMITER!"},
+    {"SnLET", TagSnLET, 0, ""},
+    {"SnASSIGN", TagSnASSIGN, 0, "NAME!,VALUE!"},
+    {"SnEVAL", TagSnEVAL, 0, ""},
+    {"SnEVALUATE", TagSnEVAL, 0, ""},
+    {"SnHIDE", TagSnHIDE, 0, "FIELDS!"},
+    {"SnPOP", TagSnPOP, TagEndSnPOP, "LOGIN!,PASSWORD!,DIRECTORY!,MAILHOST!"},
+    {"SnPOPSTOP", TagSnPOPSTOP, 0, ""},
+    {"SnPOPDELETE", TagSnPOPDELETE, 0, ""},
+    {"/SnPOP", TagEndSnPOP, 0, ""},
+    {"SnSMTP", TagSnSMTP, TagEndSnSMTP, "FROM!,TO!,MAILHOST!,SUBJECT=(no subject),CC"},
+    {"/SnSMTP", TagEndSnSMTP, 0, ""},
+    {"SnWHILE", TagSnWHILE, TagEndSnWHILE, ""},
+    {"SnWHILESTOP", TagSnWHILESTOP, 0, ""},
+    {"/SnWHILE", TagEndSnWHILE, 0, ""},
+    {"SnCALL", TagSnCALL, TagEndSnCALL, "ACTION!,METHOD!,FIELDS,FILES"},
+    {"SnCALLSTOP", TagSnCALLSTOP, 0, ""},
+    {"/SnCALL", TagEndSnCALL, 0, ""},
+    {"SnFUNCTION", TagSnFUNCTION, TagEndSnFUNCTION, "NAME!,PARAMETERS"},
+    {"SnFUNCRETURN", TagSnFUNCRETURN, 0, "VALUE"},
+    {"SnFUNCTIONRETURN", TagSnFUNCRETURN, 0, "VALUE"},
+    {"/SnFUNCTION", TagEndSnFUNCTION, 0, ""},
+    {"SnCOMMERCE", TagSnCOMMERCE, TagEndSnCOMMERCE, "ACTION,FIELDS"},
+    {"SnCOMMERCESTOP", TagSnCOMMERCESTOP, 0, ""},
+    {"/SnCOMMERCE", TagEndSnCOMMERCE, 0, ""},
+    {"SnCOMMENT", TagSnCOMMENT, TagEndSnCOMMENT, ""},
+    {"/SnCOMMENT", TagEndSnCOMMENT, 0, ""},
+    {"SnEXIT", TagSnEXIT, 0, ""},
+    {"SnDO", TagSnDO, 0, "FILE!"},
+    {"SnLOCKFILE", TagSnLOCKFILE, TagEndSnLOCKFILE, "FILE!"},
+    {"/SnLOCKFILE", TagEndSnLOCKFILE, 0, ""},
+    {"SnLOCALIZED", TagSnLOCALIZED, TagEndSnLOCALIZED, "NAME,ID"},
+    {"/SnLOCALIZED", TagEndSnLOCALIZED, 0, ""},
+    {"SnLOCALIZED-TOKEN", TagSnLOCALIZEDTOKEN, 0, "NAME!,VALUE!"},
+    {"SnLOCALIZED-TEXT", TagSnLOCALIZEDTEXT, TagEndSnLOCALIZEDTEXT, "LANGUAGE!"},
+    {"/SnLOCALIZED-TEXT", TagEndSnLOCALIZEDTEXT, 0, ""},
+    {"SnOPEN", TagSnOPEN, 0, "NAME!,TYPE=xbase3,DATABASE!,USER,PASSWORD,INDEXES"},
+    {"SnCLOSE", TagSnCLOSE, 0, "NAME"},
+    {"SnSKIP", TagSnSKIP, 0, "NAME,VIEW,ROWS=1"},
+    {"SnGO", TagSnGO, 0, "NAME,VIEW,ROW!"},
+    {"SnPRIMARY", TagSnPRIMARY, 0, "NAME!"},
+    {"SnFIND", TagSnFIND, 0, "NAME,VIEW,VALUE!"},
+    {"SnSETINDEX", TagSnSETINDEX, 0, "NAME,VIEW,INDEXES!"},
+    {"SnUPDATE", TagSnUPDATE, 0, "NAME,VIEW"},
+    {"SnDELETE", TagSnDELETE, 0, "NAME,VIEW"},
+    {"SnUNDELETE", TagSnUNDELETE, 0, "NAME,VIEW"},
+    {"SnADD", TagSnADD, 0, "NAME,VIEW"},
+    {"SnMAKEINDEX", TagSnMAKEINDEX, 0, "NAME,INDEXFILE!,FLAGS=ascending"},
+    {"SnPACK", TagSnPACK, 0, "NAME"},
+    {"SnREINDEX", TagSnREINDEX, 0, "NAME"},
+    {"SnCREATE", TagSnCREATE, 0, "NAME!,TYPE=xbase3,DATABASE!,FIELDS!"},
+    {"SnREVEALSTRUCTURE", TagSnREVEALSTRUCTURE, 0, "NAME,VIEW,DATABASE!"},
+    {"SnOPENVIEW", TagSnOPENVIEW, 0, "NAME,VIEW!,QUERY"},
+    {"SnCLOSEVIEW", TagSnCLOSEVIEW, 0, "NAME,VIEW"},
+    {"SnQUERY", TagSnQUERY, 0, "NAME,QUERY!"},
+    {"SnFILTER", TagSnFILTER, 0, "NAME,VIEW,FILTER"},
+    {"SORN", TagSORN, 0, ""},
+};
+
+Tag* MakeTemplate(const TagRow& row) {
+  Tag* tag = new Tag(row.name, row.id, row.closingid);
+  String rest(row.attributes);
+  while (!rest.empty()) {
+    String item = rest.before(",");
+    rest = rest.after(",");
+    int required = 0;
+    String value;
+    if (item.contains('=')) {
+      value = item.after("=");
+      item = item.before("=");
+    }
+    if (item.contains('!')) {
+      required = 1;
+      item = item.before("!");
+    }
+    tag->AddNameValuePair(item, value, required);
+  }
+  return tag;
+}
+
+// Calls visit on each comma-separated word of list, stripped.
+template <class F>
+void ForEachWord(const String& list, F visit) {
+  String rest(list);
+  for (;;) {
+    String word = rest.before(",");
+    word.StripWhitespace();
+    visit(word);
+    if (!rest.contains(',')) return;
+    rest = rest.after(",");
+  }
+}
+
+}  // namespace
+
+ScriptParser::ScriptParser(Sorn* sorn, MacroExpander* expander)
+    : Parser(sorn, expander),
+      parent_(nullptr),
+      output_(sorn->output()),
+      errorhandler_(nullptr),
+      lookahead_(-1),
+      basestate_(nullptr),
+      states_(1),
+      vars_(sorn->vars()),
+      functions_(1),
+      interpret_(InterpretMacros | InterpretTags),
+      outputlevel_(OutputHTML | OutputText),
+      depth_(0) {
+  errorhandler_ = new ErrorHandler(sorn, this);
+  basestate_ = new ScriptState(this, nullptr);
+  states_.Push(basestate_);
+  SetupSupportedTags();
+  SetupBuiltinFunctions();
+}
+
+ScriptParser::ScriptParser(ScriptParser* parent, MacroExpander* expander)
+    : Parser(parent->sorn(), expander),
+      parent_(parent),
+      output_(parent->sorn()->output()),
+      errorhandler_(new ErrorHandler(parent->errorhandler_)),
+      lookahead_(-1),
+      basestate_(nullptr),
+      states_(1),
+      vars_(parent->sorn()->vars()),
+      functions_(1),
+      interpret_(InterpretMacros | InterpretTags),
+      outputlevel_(OutputHTML | OutputText),
+      depth_(0) {
+  basestate_ = new ScriptState(this, nullptr);
+  states_.Push(basestate_);
+  SetupSupportedTags();
+  SetupBuiltinFunctions();
+}
+
+ScriptParser::~ScriptParser() {
+  states_.Dump();
+  delete errorhandler_;
+}
+
+void ScriptParser::SetupSupportedTags() {
+  for (const TagRow& row : kTags) tags_.Insert(MakeTemplate(row));
+}
+
+void ScriptParser::SetupBuiltinFunctions() {}
+
+MacroExpander* ScriptParser::expander() { return static_cast<MacroExpander*>(buffer_); }
+
+void ScriptParser::SetTagDetect(int on) {
+  interpret_ = on ? (interpret_ | InterpretTags) : (interpret_ & ~InterpretTags);
+}
+
+void ScriptParser::SetExpandMacros(int on) {
+  interpret_ = on ? (interpret_ | InterpretMacros) : (interpret_ & ~InterpretMacros);
+  buffer_->SetExpandMacros(on ? 1 : 0);
+}
+
+void ScriptParser::SetInterpret(const String& list) {
+  interpret_ = 0;
+  ForEachWord(list, [this](const String& word) {
+    if (word.matches("macros")) interpret_ |= InterpretMacros;
+    if (word.matches("tags")) interpret_ |= InterpretTags;
+  });
+  buffer_->SetExpandMacros(interpret_ & InterpretMacros);
+}
+
+int ScriptParser::SetStandardOutputLevel(int level) {
+  int old = outputlevel_;
+  outputlevel_ = level;
+  return old;
+}
+
+int ScriptParser::SetErrorOutputLevel(int level) { return errorhandler_->SetErrorOutputLevel(level); }
+
+int ScriptParser::erroroutputlevel() const { return errorhandler_->erroroutputlevel(); }
+
+void ScriptParser::SetErrorMessage(const String& message) { errorhandler_->SetErrorMessage(message); }
+
+int ScriptParser::StandardOutputLevelValue(const String& list) {
+  int level = 0;
+  if (list.empty()) return 0;
+  ForEachWord(list, [&level](const String& word) {
+    if (word.matches("sorn")) level |= OutputSorn;
+    if (word.matches("html")) level |= OutputHTML;
+    if (word.matches("text")) level |= OutputText;
+    if (word.matches("compresswhitespace")) level |= OutputCompressWhitespace;
+  });
+  return level;
+}
+
+int ScriptParser::ErrorOutputLevelValue(const String& list) {
+  int level = 0;
+  if (list.empty()) return 0;
+  ForEachWord(list, [&level](const String& word) {
+    if (word.matches("syntax")) level |= ErrorLevelSyntax;
+    if (word.matches("expression")) level |= ErrorLevelExpression;
+    if (word.matches("runtime")) level |= ErrorLevelRuntime;
+  });
+  return level;
+}
+
+void ScriptParser::SetDefaultMacroEncoding(const String& name) {
+  MacroEncoding encoding = MacroEncodingNone;
+  if (name.matches("entities"))
+    encoding = MacroEncodingEntities;
+  else if (name.matches("attribute"))
+    encoding = MacroEncodingAttribute;
+  sorn_->SetDefaultMacroEncoding(encoding);
+}
+
+void ScriptParser::SetTagErrorSettings(const String& name, const String& list) {
+  Tag* tag = tags_.Find(name);
+  if (tag == nullptr) return;
+  ErrorSettings* settings = errorhandler_->GetErrorSettings(ErrorLevelRuntime + tag->id());
+  ForEachWord(list, [settings](const String& word) {
+    if (word.matches("fatal")) settings->fatal = 1;
+    if (word.matches("nonfatal")) settings->fatal = 0;
+    if (word.matches("display")) settings->display = 1;
+    if (word.matches("nodisplay")) settings->display = 0;
+  });
+}
+
+Output* ScriptParser::SwitchOutput(Output* output) {
+  Output* old = output_;
+  output_ = output;
+  return old;
+}
+
+void ScriptParser::SyntaxError(const String& message) {
+  errorhandler_->Error(ErrorLevelSyntax, ::SyntaxError(buffer_->name(), line_, message));
+}
+
+void ScriptParser::ExpressionError(const String& message) {
+  errorhandler_->Error(ErrorLevelExpression, ::ExpressionError(buffer_->name(), line_, message));
+}
+
+int ScriptParser::RuntimeError(Tag* tag, const String& message) {
+  return errorhandler_->Error(ErrorLevelRuntime + tag->id(), ::RuntimeError(buffer_->name(), line_, *tag, message));
+}
+
+int ScriptParser::CheckTimeout() {
+  if (!sorn_->timedout()) return 0;
+  errorhandler_->Error(ErrorLevelTimeout, TimeoutError("Application"));
+  return 1;
+}
+
+int ScriptParser::GetNameValuePairs(Tag* tag) {
+  switch (tag->id()) {
+    case TagIF:
+    case TagEVAL: {
+      Expression expression(this);
+      int result = expression.GetNextExpression(' ', '>', '"', 1);
+      String value;
+      if (!result || !expression.Resolve(value)) return ScanFailure;
+      tag->AddNameValuePair("", value, 0);
+      return ScanStop;
+    }
+    case TagHIDE: {
+      String text;
+      if (!EatUntil(text, '>', "&gt;")) return ScanFailure;
+      text.truncate(text.length() - 1);
+      text.StripWhitespace();
+      tag->AddNameValuePair("", text, 0);
+      return ScanStop;
+    }
+    case TagWHILE: {
+      tag->SetPosition(buffer_->CurrentFilePosition(), line_);
+      String text;
+      if (!EatUntil(text, '>', "&gt;")) return ScanFailure;
+      String word = text.before(">");
+      word.StripWhitespace();
+      if (word == "STOP") tag->AddNameValuePair("STOP", "", 0);
+      return ScanStop;
+    }
+    default:
+      return Parser::GetNameValuePairs(tag);
+  }
+}
+
+int ScriptParser::GetValue(Tag* tag, const String& name, String& value) {
+  if ((tag->id() == TagIMPORT || tag->id() == TagEXPORT) && name.matches("ORDER")) {
+    String text;
+    int result = EatUntil(text, '>', "&gt;");
+    text = text.before(">");
+    if (text.matches('"', 0) && !text.empty()) text = text.after(0).before("\"");
+    value = text;
+    return result;
+  }
+  long position = buffer_->CurrentFilePosition();
+  int line = line_;
+  Expression expression(this);
+  int check = tag->id() == TagSnDO && name.matches("VALUE") ? 0 : 1;
+  int status = expression.GetNextExpression(' ', '>', '"', check);
+  int result = status == 2 || status == 5 ? ScanContinue : status == 3 || status == 4 ? ScanStop : ScanFailure;
+  if (result == ScanFailure) return result;
+
+  int id = tag->id();
+  if ((id == TagSnMAKEINDEX && (name.matches("EXPRESSION") || name.matches("EXPR"))) ||
+      (id == TagSnFILTER && name.matches("FILTER")) || (id == TagSnDO && name.matches("VALUE"))) {
+    expression.Tokenize(value);
+  } else if ((id == TagSnIMPORT && name.matches("FILTER")) || id == TagSnWHILE) {
+    value = String();
+    tag->SetPosition(position, line);
+  } else if (!expression.Resolve(value)) {
+    return ScanFailure;
+  }
+  return result;
+}
+
+int ScriptParser::ProcessEmptyValue(Tag* tag, const String& name, String& value) {
+  int id = tag->id();
+  if (id == TagSnIF || id == TagSnEVAL || id == TagSnWHILE) {
+    ::SyntaxError error(buffer_->name(), line_,
+                        "Attributes with empty values are not allowed in &lt;" + *tag +
+                            "&gt;<BR>(you have probably omitted EXPR= in front of your expression)");
+    errorhandler_->Error(ErrorLevelSyntax, error);
+    return 0;
+  }
+  return Parser::ProcessEmptyValue(tag, name, value);
+}
+
+int ScriptParser::ProcessUnknownTag(String& text) {
+  if (CheckTimeout()) return 0;
+  if (outputlevel_ & OutputHTML) {
+    output_->inwhitespace() = 0;
+    output_->Write(text);
+  }
+  return 1;
+}
+
+int ScriptParser::ProcessNewLine(String& line) {
+  if (CheckTimeout()) return 0;
+  if (outputlevel_ & OutputText) {
+    if (!((outputlevel_ & OutputCompressWhitespace) && output_->inwhitespace())) output_->Write(line);
+    output_->inwhitespace() = 1;
+  }
+  return 1;
+}
+
+int ScriptParser::ProcessText(String& text) {
+  if (CheckTimeout()) return 0;
+  return Dispatch(nullptr, &text);
+}
+
+int ScriptParser::ProcessKnownTag(Tag* tag) {
+  if (CheckTimeout()) return 0;
+  int id = tag->id();
+  if (!(interpret_ & InterpretTags) && id != TagSORN && id != TagLOOMTEXT) return 1;
+  if (id == TagEXIT || id == TagSnEXIT) {
+    for (ScriptState* state = states_.Top(); state != nullptr && state != basestate_; state = states_.Top()) {
+      states_.Pop();
+      int result = state->ExitState();
+      delete state;
+      if (result == StateFailure) break;
+    }
+    return 3;
+  }
+  return Dispatch(tag, nullptr);
+}
+
+int ScriptParser::Dispatch(Tag* tag, String* text) {
+  ScriptState* state = states_.Top();
+  for (;;) {
+    int result = tag ? state->ProcessTag(tag) : state->ProcessText(*text, outputlevel_);
+    switch (result) {
+      case StateFailure:
+        return 0;
+      case StateLeave:
+        for (;;) {
+          ScriptState* top = states_.Top();
+          if (top == nullptr) break;
+          states_.Pop();
+          bool last = top == state;
+          int exit = top->ExitState();
+          delete top;
+          if (exit == StateFailure) return 0;
+          if (last) break;
+        }
+        return states_.Top() == nullptr ? 3 : 1;
+      case StatePass:
+        state = states_.Peek();
+        if (state == nullptr) {
+          SyntaxError(tag ? "Unexpected &lt;" + *tag + "&gt;" : String("Unexpected text"));
+          return 0;
+        }
+        break;
+      default:
+        return 1;
     }
   }
-  output_->Write(line, used);
-  return 1;
 }

@@ -1,23 +1,105 @@
-// ScriptParser: runs one module's script text.
+// ScriptParser: the Parser of the script language. It holds the tag table,
+// turns attribute values into text by evaluating them as expressions,
+// decides which text reaches the output, and owns the execution context of
+// one module: output sink, state stack, functions and error policy.
 #ifndef SORN_SCRIPT_SCRIPTPARSER_H
 #define SORN_SCRIPT_SCRIPTPARSER_H
 
-class Buffer;
+#include "core/Stack.h"
+#include "script/Function.h"
+#include "script/Parser.h"
+
+class ErrorHandler;
+class MacroExpander;
 class Output;
-class Sorn;
+class ScriptState;
+class Variables;
+class VariableTree;
 
-class ScriptParser {
+// Standard output level bits.
+enum OutputLevel {
+  OutputSorn = 1,
+  OutputHTML = 2,
+  OutputText = 4,
+  OutputCompressWhitespace = 8,
+};
+
+// Interpret flags.
+enum InterpretFlag { InterpretMacros = 1, InterpretTags = 2 };
+
+class ScriptParser : public Parser {
  public:
-  ScriptParser(Sorn* sorn, Buffer* buffer);
-  ScriptParser(ScriptParser* parent, Buffer* buffer);
-  virtual ~ScriptParser() {}
+  ScriptParser(Sorn* sorn, MacroExpander* expander);
+  ScriptParser(ScriptParser* parent, MacroExpander* expander);
+  ~ScriptParser() override;
 
-  virtual int Parse();
+  void SetupSupportedTags() override;
+  int GetNameValuePairs(Tag* tag) override;
+  int GetValue(Tag* tag, const String& name, String& value) override;
+  int ProcessKnownTag(Tag* tag) override;
+  int ProcessUnknownTag(String& text) override;
+  int ProcessText(String& text) override;
+  int ProcessNewLine(String& line) override;
+  int ProcessEmptyValue(Tag* tag, const String& name, String& value) override;
+  virtual void SetupBuiltinFunctions();
+
+  void SetTagDetect(int on);
+  void SetExpandMacros(int on);
+  int ExpandMacros() const { return interpret_ & InterpretMacros; }
+  void SetInterpret(const String& list);
+  int SetStandardOutputLevel(int level);
+  int standardoutputlevel() const { return outputlevel_; }
+  int SetErrorOutputLevel(int level);
+  int erroroutputlevel() const;
+  void SetErrorMessage(const String& message);
+  static int StandardOutputLevelValue(const String& list);
+  static int ErrorOutputLevelValue(const String& list);
+  void SetDefaultMacroEncoding(const String& name);
+  void SetTagErrorSettings(const String& tag, const String& list);
+  Output* SwitchOutput(Output* output);
+  Output* output() const { return output_; }
+
+  // Errors at the current line through the error policy. The first two
+  // ignore the policy's answer (the caller fails anyway); RuntimeError
+  // returns 1 when the error is not fatal.
+  void SyntaxError(const String& message);
+  void ExpressionError(const String& message);
+  int RuntimeError(Tag* tag, const String& message);
+  // Reports a time-out when the deadline passed or a signal came.
+  int CheckTimeout();
+
+  // Functions.
+  Function* FindFunction(const String& name) { return functions_.Find(name); }
+  void AddFunction(Function* function) { functions_.Insert(function); }
+  int ScanForFunction(const String& name);
+  int CallFunction(Function* function, VariableTree* locals, String& result);
+  int PushFunctionCall();
+  void PopFunctionCall() { depth_--; }
+  String& functionreturn() { return functionreturn_; }
+
+  Stack<ScriptState>& states() { return states_; }
+  ScriptState* basestate() { return basestate_; }
+  Variables* vars() { return vars_; }
+  ErrorHandler* errorhandler() { return errorhandler_; }
+  MacroExpander* expander();
+  int& lookahead() { return lookahead_; }
 
  private:
-  Sorn* sorn_;
-  Buffer* buffer_;
+  // Offers text or a tag to the states from the top down.
+  int Dispatch(Tag* tag, String* text);
+
+  ScriptParser* parent_;
   Output* output_;
+  ErrorHandler* errorhandler_;
+  int lookahead_;
+  String functionreturn_;
+  ScriptState* basestate_;
+  Stack<ScriptState> states_;
+  Variables* vars_;
+  SplayTree<Function> functions_;
+  int interpret_;
+  int outputlevel_;
+  int depth_;
 };
 
 #endif

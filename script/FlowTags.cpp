@@ -1,0 +1,310 @@
+// Flow control and output tags: SnIF, SnWHILE, SnLOCKFILE, the assignments,
+// SnEVAL, SnHIDE and SORN.
+#include <cstdio>
+
+#include "core/Buffer.h"
+#include "core/File.h"
+#include "core/FileManager.h"
+#include "core/Output.h"
+#include "core/Sorn.h"
+#include "script/Expression.h"
+#include "script/FlowStates.h"
+#include "script/ScriptParser.h"
+#include "script/Tag.h"
+#include "script/TagIds.h"
+#include "script/Variables.h"
+
+namespace {
+
+String CountText(int n) {
+  char text[16];
+  snprintf(text, sizeof text, "%d", n);
+  return text;
+}
+
+// The one attribute of SnIF, SnWHILE and SnEVAL; null after the error.
+NameValuePair* SoleAttribute(ScriptParser* parser, Tag* tag) {
+  int count = tag->attributes().Entries();
+  if (count != 1) {
+    parser->SyntaxError(*tag + " expects exactly 1 name/value pair, found " + CountText(count));
+    return nullptr;
+  }
+  return tag->attributes().First();
+}
+
+}  // namespace
+
+int ScriptState::ProcessSnIF(Tag* tag) {
+  NameValuePair* pair = SoleAttribute(parser_, tag);
+  if (pair == nullptr) return StateFailure;
+  if (tag->id() == TagSnIF && !pair->name.empty()) parser_->vars()->SetVariable(pair->name, pair->value);
+  IFState* state = new IFState(this, tag);
+  int result = state->Continue(pair->value);
+  if (result == StateHandled) {
+    parser_->states().Push(state);
+    return result;
+  }
+  if (result == StateLeave) result = state->ExitState();
+  delete state;
+  return result;
+}
+
+int IFState::SkipTo(int withelse) {
+  TagTable targets(1);
+  int older = tag_->id() == TagIF;
+  if (older) {
+    targets.Insert(new Tag("IF", TagIF, TagEndIF));
+    targets.Insert(new Tag("/IF", TagEndIF, 0));
+  } else {
+    targets.Insert(new Tag("SnIF", TagSnIF, TagEndSnIF));
+    targets.Insert(new Tag("/SnIF", TagEndSnIF, 0));
+    if (withelse) targets.Insert(new Tag("SnELSE", TagSnELSE, -1));
+  }
+  Tag* found = nullptr;
+  int result = parser_->FindTag(&found, &targets);
+  if (result == 4) {
+    parser_->SyntaxError(String("Unexpected end of file looking for &lt;") + (older ? "/IF" : "/SnIF") + "&gt;");
+    return StateFailure;
+  }
+  if (result != 1) return StateFailure;
+  int id = found->id();
+  delete found;
+  return id == TagSnELSE ? StateHandled : StateLeave;
+}
+
+int IFState::Continue(const String& value) {
+  if (Expression::IsTrue(value)) return StateHandled;
+  int result = SkipTo(1);
+  if (result == StateLeave) closed_ = 1;
+  return result;
+}
+
+int IFState::ProcessTag(Tag* tag) {
+  if (tag->id() == tag_->closingid()) {
+    closed_ = 1;
+    return StateLeave;
+  }
+  if (tag->id() == TagSnELSE && tag_->id() == TagSnIF) return StateLeave;
+  return ScriptState::ProcessTag(tag);
+}
+
+int IFState::ExitState() {
+  if (closed_) return StateHandled;
+  int result = SkipTo(0);
+  return result == StateFailure ? StateFailure : StateHandled;
+}
+
+int ScriptState::ProcessSnWHILE(Tag* tag) {
+  String name;
+  if (tag->id() == TagSnWHILE) {
+    NameValuePair* pair = SoleAttribute(parser_, tag);
+    if (pair == nullptr) return StateFailure;
+    name = pair->name;
+  }
+  WHILEState* state = new WHILEState(this, tag, name);
+  int result = state->Continue();
+  if (result == StateHandled) {
+    parser_->states().Push(state);
+    return result;
+  }
+  if (result == StateLeave) result = state->ExitState();
+  delete state;
+  return result;
+}
+
+WHILEState::WHILEState(ScriptState* parent, Tag* tag, const String& name)
+    : ScriptState(parent, tag),
+      done_(0),
+      bodyposition_(parser_->buffer()->CurrentFilePosition()),
+      bodyline_(parser_->line()),
+      expressionposition_(tag->fileposition()),
+      expressionline_(tag->line()),
+      name_(name) {}
+
+int WHILEState::EvaluateExpression() {
+  Buffer* buffer = parser_->buffer();
+  long saved = buffer->CurrentFilePosition();
+  int line = parser_->line();
+  buffer->Seek(expressionposition_);
+  parser_->SetLine(expressionline_);
+  int result = StateFailure;
+  {
+    Expression expression(parser_);
+    String value;
+    if (expression.GetNextExpression(' ', '>', '"', 1) && expression.Resolve(value)) {
+      if (!name_.empty()) parser_->vars()->SetVariable(name_, value);
+      result = Expression::IsTrue(value) ? StateHandled : StateLeave;
+    }
+  }
+  buffer->Seek(saved);
+  parser_->SetLine(line);
+  return result;
+}
+
+int WHILEState::Continue() {
+  int result = EvaluateExpression();
+  if (result == StateLeave) {
+    // The body is passed over: ExitState skips it.
+    done_ = 0;
+  }
+  return result;
+}
+
+int WHILEState::ProcessTag(Tag* tag) {
+  if (tag->id() == tag_->closingid()) {
+    if (EvaluateExpression() == StateHandled) {
+      parser_->buffer()->Seek(bodyposition_);
+      parser_->SetLine(bodyline_);
+      return StateHandled;
+    }
+    done_ = 1;
+    return StateLeave;
+  }
+  if (tag->id() == TagSnWHILESTOP && tag_->id() == TagSnWHILE) return StateLeave;
+  return ScriptState::ProcessTag(tag);
+}
+
+int WHILEState::ExitState() {
+  if (done_) return StateHandled;
+  TagTable targets(1);
+  int older = tag_->id() == TagWHILE;
+  if (older) {
+    targets.Insert(new Tag("WHILE", TagWHILE, TagEndWHILE));
+    targets.Insert(new Tag("/WHILE", TagEndWHILE, 0));
+  } else {
+    targets.Insert(new Tag("SnWHILE", TagSnWHILE, TagEndSnWHILE));
+    targets.Insert(new Tag("/SnWHILE", TagEndSnWHILE, 0));
+  }
+  Tag* found = nullptr;
+  int result = parser_->FindTag(&found, &targets);
+  delete found;
+  if (result == 4) {
+    parser_->SyntaxError(String("Unexpected end of file looking for &lt;") + (older ? "/WHILE" : "/SnWHILE") +
+                         "&gt;");
+    return StateFailure;
+  }
+  return result == 1 ? StateHandled : StateFailure;
+}
+
+int ScriptState::ProcessSnASSIGN(Tag* tag) {
+  NameValuePair* name = tag->Find("NAME");
+  if (name == nullptr) {
+    parser_->SyntaxError(*tag + " requires the NAME attribute to be specified");
+    return StateFailure;
+  }
+  NameValuePair* value = tag->Find("VALUE");
+  if (value == nullptr) {
+    parser_->SyntaxError(*tag + " requires the VALUE attribute to be specified");
+    return StateFailure;
+  }
+  parser_->vars()->SetVariable(name->value, value->value);
+  return StateHandled;
+}
+
+int ScriptState::ProcessSnLET(Tag* tag) {
+  int count = tag->attributes().Entries();
+  if (count != 1) {
+    parser_->SyntaxError(*tag + " expects exactly one 1 name/value pair, found " + CountText(count));
+    return StateFailure;
+  }
+  NameValuePair* pair = tag->attributes().First();
+  if (pair->name.empty()) {
+    parser_->SyntaxError(*tag + " requires a variable and an expression");
+    return StateFailure;
+  }
+  parser_->vars()->SetVariable(pair->name, pair->value);
+  return StateHandled;
+}
+
+int ScriptState::ProcessSnEVAL(Tag* tag) {
+  NameValuePair* pair = SoleAttribute(parser_, tag);
+  if (pair == nullptr) return StateFailure;
+  if (!pair->name.empty()) parser_->vars()->SetVariable(pair->name, pair->value);
+  if (!pair->value.empty()) {
+    Output* out = parser_->output();
+    out->Write(pair->value);
+    out->inwhitespace() = IsWhite(pair->value[pair->value.length() - 1]);
+  }
+  return StateHandled;
+}
+
+int ScriptState::ProcessSnHIDE(Tag* tag) {
+  String fields = tag->Value("FIELDS");
+  if (fields.matches('"', 0) && !fields.empty()) fields = fields.at(1, fields.length() - 1);
+  Output* out = parser_->output();
+  String rest(fields);
+  for (;;) {
+    String field = rest.before(",");
+    field.StripWhitespace();
+    String value = parser_->vars()->Value(field);
+    Sorn::EncodeEntities(value);
+    out->Write("<INPUT TYPE=\"hidden\" NAME=\"" + field + "\" VALUE=\"" + value + "\">");
+    out->inwhitespace() = 0;
+    if (!rest.contains(',')) break;
+    rest = rest.after(",");
+  }
+  return StateHandled;
+}
+
+int ScriptState::ProcessSORN(Tag* tag) {
+  NameValuePair* p;
+  if ((p = tag->Find("INTERPRET")) != nullptr) parser_->SetInterpret(p->value);
+  if ((p = tag->Find("STANDARDOUTPUTLEVEL")) != nullptr)
+    parser_->SetStandardOutputLevel(ScriptParser::StandardOutputLevelValue(p->value));
+  if ((p = tag->Find("ERROROUTPUTLEVEL")) != nullptr)
+    parser_->SetErrorOutputLevel(ScriptParser::ErrorOutputLevelValue(p->value));
+  if ((p = tag->Find("ERRORMESSAGE")) != nullptr) parser_->SetErrorMessage(p->value);
+  if ((p = tag->Find("DEFAULTMACROENCODING")) != nullptr) parser_->SetDefaultMacroEncoding(p->value);
+  NameValueList& attributes = tag->attributes();
+  for (p = attributes.First(); p != nullptr; p = attributes.Next()) {
+    String upper = p->name.upper();
+    int at = upper.search("_ERROR");
+    if (at >= 0) parser_->SetTagErrorSettings(upper.before(at), p->value);
+  }
+  return StateHandled;
+}
+
+int ScriptState::ProcessSnLOCKFILE(Tag* tag) {
+  String file = tag->Value("FILE");
+  String resolved, message;
+  if (!parser_->sorn()->ResolvePath(file, resolved, DataPath, message)) return RuntimeError(tag, message);
+  LockFileState* state = new LockFileState(this, tag, file + ".lck", resolved + ".lck");
+  int result = state->Lock();
+  if (result == StateFailure) {
+    delete state;
+    return result;
+  }
+  parser_->states().Push(state);
+  return result;
+}
+
+LockFileState::LockFileState(ScriptState* parent, Tag* tag, const String& display, const String& real)
+    : ScriptState(parent, tag), file_(nullptr), displaypath_(display), realpath_(real) {}
+
+LockFileState::~LockFileState() { delete file_; }
+
+int LockFileState::Lock() {
+  delete file_;
+  file_ = nullptr;
+  FileManager* files = parser_->sorn()->filemanager();
+  file_ = files->Open(realpath_, FileWrite | FileCreate | FileTruncate);
+  if (file_ == nullptr) return RuntimeError(tag_, "Error creating '" + displaypath_ + "': " + files->error());
+  if (file_->Lock(FileLockExclusive, 0, 1) < 0)
+    return RuntimeError(tag_, "Error locking '" + displaypath_ + "': " + file_->error());
+  return StateHandled;
+}
+
+int LockFileState::ProcessTag(Tag* tag) {
+  if (tag->id() == TagEndSnLOCKFILE) return StateLeave;
+  return ScriptState::ProcessTag(tag);
+}
+
+int LockFileState::ExitState() {
+  if (file_ != nullptr) {
+    file_->Release(0, 0);
+    delete file_;
+    file_ = nullptr;
+  }
+  parser_->sorn()->filemanager()->Delete(realpath_);
+  return StateHandled;
+}

@@ -1,0 +1,32 @@
+#include "script/Function.h"
+
+#include "script/ScriptParser.h"
+
+Function::Function(const String& name, long position, int line, int outputlevel, int errorlevel)
+    : String(name), position_(position), line_(line), outputlevel_(outputlevel), errorlevel_(errorlevel),
+      parameters_(1) {}
+
+int Function::CallFunction(ScriptParser* parser, VariableTree* locals, String& result) {
+  return parser->CallFunction(this, locals, result) == 1 ? 1 : 0;
+}
+
+void Function::SetParameters(const String& list) {
+  String rest(list);
+  for (;;) {
+    String item = rest.before(",");
+    item.StripWhitespace();
+    parameters_.Insert(new Variable(item, ""), ListTail);
+    if (!rest.contains(',')) break;
+    rest = rest.after(",");
+  }
+}
+
+BuiltinFunction::BuiltinFunction(const char* name, const char* parameters, BuiltinProc proc)
+    : Function(name, 0, 0, FunctionKeepsOutputLevel, FunctionKeepsErrorLevel), proc_(proc) {
+  SetParameters(parameters);
+}
+
+int BuiltinFunction::CallFunction(ScriptParser* parser, VariableTree* locals, String& result) {
+  proc_(parser->sorn(), locals, result);
+  return 1;
+}

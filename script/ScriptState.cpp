@@ -1,0 +1,118 @@
+#include "script/ScriptState.h"
+
+#include "core/Output.h"
+#include "script/ScriptParser.h"
+#include "script/Tag.h"
+#include "script/TagIds.h"
+#include "script/Variables.h"
+
+ScriptState::ScriptState(ScriptParser* parser, Tag* tag)
+    : parser_(parser), tag_(tag ? new Tag(tag) : nullptr) {}
+
+ScriptState::ScriptState(ScriptState* parent, Tag* tag)
+    : parser_(parent->parser_), tag_(tag ? new Tag(tag) : nullptr) {}
+
+ScriptState::~ScriptState() { delete tag_; }
+
+void ScriptState::ClearErrorVariable(Tag* tag) { parser_->vars()->SetVariable(*tag + "_Error", ""); }
+
+int ScriptState::RuntimeError(Tag* tag, const String& message) {
+  if (!parser_->RuntimeError(tag, message)) return StateFailure;
+  parser_->vars()->SetVariable(*tag + "_Error", message);
+  return StateDone;
+}
+
+int ScriptState::ProcessTag(Tag* tag) {
+  ClearErrorVariable(tag);
+  switch (tag->id()) {
+    case TagIF:
+    case TagSnIF:
+      return ProcessSnIF(tag);
+    case TagLET:
+    case TagSnLET:
+      return ProcessSnLET(tag);
+    case TagWHILE:
+    case TagSnWHILE:
+      return ProcessSnWHILE(tag);
+    case TagIMPORT:
+      if (tag->Find("STOP") != nullptr) return Pass(tag);
+      return NotAvailable(tag);
+    case TagCALL:
+    case TagSnCALL:
+    case TagEXPORT:
+    case TagEVAL:
+    case TagHIDE:
+    case TagFILE:
+    case TagMAIL:
+    case TagLOOMTEXT:
+    case TagSnIMPORT:
+    case TagSnEXPORT:
+    case TagSnCOMMERCE:
+    case TagSnSMTP:
+    case TagSnPOP:
+    case TagSnLOCALIZED:
+    case TagSnOPEN:
+    case TagSnCLOSE:
+    case TagSnSKIP:
+    case TagSnGO:
+    case TagSnPRIMARY:
+    case TagSnFIND:
+    case TagSnSETINDEX:
+    case TagSnUPDATE:
+    case TagSnDELETE:
+    case TagSnUNDELETE:
+    case TagSnADD:
+    case TagSnMAKEINDEX:
+    case TagSnPACK:
+    case TagSnREINDEX:
+    case TagSnCREATE:
+    case TagSnREVEALSTRUCTURE:
+    case TagSnOPENVIEW:
+    case TagSnCLOSEVIEW:
+    case TagSnQUERY:
+    case TagSnFILTER:
+      return NotAvailable(tag);
+    case TagSORN:
+      return ProcessSORN(tag);
+    case TagSnASSIGN:
+      return ProcessSnASSIGN(tag);
+    case TagSnEVAL:
+      return ProcessSnEVAL(tag);
+    case TagSnHIDE:
+      return ProcessSnHIDE(tag);
+    case TagSnFUNCTION:
+      return ProcessSnFUNCTION(tag);
+    case TagSnDO:
+      return ProcessSnDO(tag);
+    case TagSnLOCKFILE:
+      return ProcessSnLOCKFILE(tag);
+    case TagSnIMPORTSTOP:
+    case TagSnPOPSTOP:
+    case TagSnPOPDELETE:
+    case TagSnWHILESTOP:
+    case TagSnCALLSTOP:
+    case TagSnFUNCRETURN:
+    case TagSnCOMMERCESTOP:
+      return Pass(tag);
+    default:
+      parser_->SyntaxError("Unexpected &lt;" + *tag + "&gt;");
+      return StateFailure;
+  }
+}
+
+int ScriptState::ProcessText(String& text, int level) {
+  if (!(level & OutputText)) return StateHandled;
+  Output* out = parser_->output();
+  if (level & OutputCompressWhitespace) {
+    text.CompressWhitespace();
+    if (out->inwhitespace()) text.ltrim();
+  }
+  if (text.empty()) return StateHandled;
+  out->inwhitespace() = IsWhite(text[text.length() - 1]);
+  out->Write(text);
+  return StateHandled;
+}
+
+int ScriptState::NotAvailable(Tag* tag) {
+  return RuntimeError(tag, "&lt;" + *tag + "&gt; is not available in this build");
+}

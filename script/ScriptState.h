@@ -1,0 +1,62 @@
+// ScriptState: what is open on a parser's state stack. Each tag and each
+// piece of text goes first to the top state, which handles it, leaves, or
+// passes it down; the base state at the bottom knows the whole tag set.
+#ifndef SORN_SCRIPT_SCRIPTSTATE_H
+#define SORN_SCRIPT_SCRIPTSTATE_H
+
+#include "core/String.h"
+
+class ScriptParser;
+class Tag;
+
+// Results of states and tag handlers.
+enum StateResult {
+  StateFailure = 0,  // stop the script; already reported
+  StateDone = 1,     // handled (a non-fatal runtime error)
+  StateLeave = 2,    // close this state and all above it
+  StateHandled = 3,
+  StatePass = 4,     // offer the tag to the state below
+};
+
+class ScriptState {
+ public:
+  ScriptState(ScriptParser* parser, Tag* tag);
+  ScriptState(ScriptState* parent, Tag* tag);
+  virtual ~ScriptState();
+  ScriptState(const ScriptState&) = delete;
+  ScriptState& operator=(const ScriptState&) = delete;
+
+  virtual int ProcessTag(Tag* tag);
+  virtual int ProcessText(String& text, int level);
+  virtual int ExitState() { return StateHandled; }
+
+  int Pass(Tag*) { return StatePass; }
+  void ClearErrorVariable(Tag* tag);
+  // Reports through the error policy; when not fatal, sets {tag}_Error to
+  // the message and returns 1, else returns 0.
+  int RuntimeError(Tag* tag, const String& message);
+
+  ScriptParser* parser() const { return parser_; }
+  Tag* tag() const { return tag_; }
+
+ protected:
+  // Flow control and output.
+  int ProcessSnIF(Tag* tag);
+  int ProcessSnLET(Tag* tag);
+  int ProcessSnWHILE(Tag* tag);
+  int ProcessSORN(Tag* tag);
+  int ProcessSnASSIGN(Tag* tag);
+  int ProcessSnEVAL(Tag* tag);
+  int ProcessSnHIDE(Tag* tag);
+  int ProcessSnLOCKFILE(Tag* tag);
+  // Functions and modules.
+  int ProcessSnFUNCTION(Tag* tag);
+  int ProcessSnDO(Tag* tag);
+  // Tags whose subsystems are not in the engine yet.
+  int NotAvailable(Tag* tag);
+
+  ScriptParser* parser_;
+  Tag* tag_;
+};
+
+#endif

@@ -1,0 +1,24 @@
+// Ids of the script language's tags; several names may share one id.
+#ifndef SORN_SCRIPT_TAGIDS_H
+#define SORN_SCRIPT_TAGIDS_H
+
+enum TagId {
+  TagIF = 0, TagEndIF = 1, TagIMPORT = 2, TagEndIMPORT = 3, TagEXPORT = 4, TagLET = 5, TagEVAL = 6,
+  TagHIDE = 7, TagFILE = 8, TagMAIL = 9, TagEndMAIL = 10, TagWHILE = 11, TagEndWHILE = 12, TagCALL = 13,
+  TagEndCALL = 14, TagLOOMTEXT = 15, TagEXIT = 16,
+  TagSnIF = 17, TagSnELSE = 18, TagEndSnIF = 19, TagSnIMPORT = 20, TagSnIMPORTSTOP = 21,
+  TagEndSnIMPORT = 22, TagSnEXPORT = 23, TagSnLET = 24, TagSnASSIGN = 25, TagSnEVAL = 26, TagSnHIDE = 27,
+  TagSnPOP = 28, TagSnPOPSTOP = 29, TagSnPOPDELETE = 30, TagEndSnPOP = 31, TagSnSMTP = 32,
+  TagEndSnSMTP = 33, TagSnWHILE = 34, TagSnWHILESTOP = 35, TagEndSnWHILE = 36, TagSnCALL = 37,
+  TagSnCALLSTOP = 38, TagEndSnCALL = 39, TagSnFUNCTION = 40, TagSnFUNCRETURN = 41,
+  TagEndSnFUNCTION = 42, TagSnCOMMERCE = 43, TagSnCOMMERCESTOP = 44, TagEndSnCOMMERCE = 45,
+  TagSnCOMMENT = 46, TagEndSnCOMMENT = 47, TagSnDO = 48, TagSnLOCKFILE = 49, TagEndSnLOCKFILE = 50,
+  TagSnLOCALIZED = 51, TagEndSnLOCALIZED = 52, TagSnLOCALIZEDTOKEN = 53, TagSnLOCALIZEDTEXT = 54,
+  TagEndSnLOCALIZEDTEXT = 55, TagSnEXIT = 56, TagSnOPEN = 57, TagSnCLOSE = 58, TagSnSKIP = 59,
+  TagSnGO = 60, TagSnPRIMARY = 61, TagSnFIND = 62, TagSnSETINDEX = 63, TagSnUPDATE = 64,
+  TagSnDELETE = 65, TagSnUNDELETE = 66, TagSnADD = 67, TagSnMAKEINDEX = 68, TagSnPACK = 69,
+  TagSnREINDEX = 70, TagSnCREATE = 71, TagSnREVEALSTRUCTURE = 72, TagSnOPENVIEW = 73,
+  TagSnCLOSEVIEW = 74, TagSnQUERY = 75, TagSnFILTER = 76, TagSORN = 77,
+};
+
+#endif
