@@ -5,6 +5,8 @@
 #include "core/Buffer.h"
 #include "core/Error.h"
 #include "core/Sorn.h"
+#include "host/UNIXConfigParser.h"
+#include "script/Variable.h"
 #include "script/Variables.h"
 
 UNIXConfig::UNIXConfig(Sorn* sorn, int servermode)
@@ -20,44 +22,44 @@ UNIXConfig::UNIXConfig(Sorn* sorn, int servermode)
 UNIXConfig::~UNIXConfig() {}
 
 int UNIXConfig::SetConfigValue(const String& name, const String& value) {
-  return Config::SetConfigValue(name, value);
+  String expanded(value);
+  ProcessMacros(expanded);
+  return Config::SetConfigValue(name, expanded);
 }
 
-// Stand-in reader: one name=value pair a line, '#' comments.
 int UNIXConfig::ReadConfiguration(const String& file) {
   Buffer buffer(sorn_, 8192);
   if (!buffer.Open(file, file)) {
     sorn_->Error(ConfigurationError(this, "Cannot open configuration file"));
     return 1;
   }
-  String line;
-  int number = 1;
-  for (int c = buffer.GetNextChar();; c = buffer.GetNextChar()) {
-    if (c == '\n' || c < 0) {
-      String text = line.before("#");
-      text.StripWhitespace();
-      if (!text.empty()) {
-        if (!text.contains('=')) {
-          sorn_->Error(ConfigurationSyntaxError(this, number, "Missing ="));
-          return 1;
-        }
-        String key = text.before("="), value = text.after("=");
-        key.StripWhitespace();
-        value.StripWhitespace();
-        if (SetConfigValue(key, value) != 0) {
-          sorn_->Error(ConfigurationSyntaxError(this, number, "'" + value + "' is not a valid value for " + key));
-          return 1;
-        }
-      }
-      line = String();
-      number++;
-      if (c < 0) break;
-    } else {
-      line.cat((char)c);
-    }
-  }
+  UNIXConfigParser parser(sorn_, &buffer, this);
+  if (!parser.Parse()) return 1;
   if (virtualhost.empty()) virtualhost = sorn_->vars()->GetSystemVariableValue(virtualhostvariable);
   return 0;
+}
+
+// Replaces each &[NAME] by the value of NAME in the environment the process
+// started with. Whatever follows '&' opens a reference; a ';' after the ']'
+// stays in the value.
+void UNIXConfig::ProcessMacros(String& value) {
+  String result;
+  int n = value.length();
+  for (int i = 0; i < n; i++) {
+    if (value[i] != '&') {
+      result.cat(value[i]);
+      continue;
+    }
+    int start = i + 2;
+    int end = start;
+    while (end < n && value[end] != ']') end++;
+    String name = value.at(start, end);
+    name.StripWhitespace();
+    Variable* v = sorn_->environment()->Find(name);
+    if (v != nullptr) result.cat(v->value());
+    i = end;
+  }
+  value = result;
 }
 
 int UNIXConfig::ValidateConfiguration() {

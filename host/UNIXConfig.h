@@ -13,6 +13,8 @@ class UNIXConfig : public Config {
   // 0 on success, 1 on failure (reported).
   int ReadConfiguration(const String& path);
   int ValidateConfiguration();
+  // Expands &[NAME] references to the process environment in place.
+  void ProcessMacros(String& value);
   // The system-wide and the user's site-variable files. 0 on success, 1 on
   // failure (reported).
   int ReadSiteVars();

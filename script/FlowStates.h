@@ -9,7 +9,7 @@ class File;
 
 class IFState : public ScriptState {
  public:
-  IFState(ScriptState* parent, Tag* tag) : ScriptState(parent, tag), elseseen_(0), closed_(0) {}
+  IFState(ScriptState* parent, Tag* tag) : ScriptState(parent, tag), closed_(0) {}
   // 3 to run a branch, 2 when the whole body was passed over, 0 on failure.
   int Continue(const String& value);
   int ProcessTag(Tag* tag) override;
@@ -17,7 +17,6 @@ class IFState : public ScriptState {
 
  private:
   int SkipTo(int withelse);
-  int elseseen_;
   int closed_;
 };
 

@@ -31,9 +31,7 @@ class FunctionState : public ScriptState {
         returnposition_(parser_->buffer()->CurrentFilePosition()),
         returnline_(parser_->line()),
         outputlevel_(FunctionKeepsOutputLevel),
-        errorlevel_(FunctionKeepsErrorLevel),
-        function_(function),
-        locals_(locals) {
+        errorlevel_(FunctionKeepsErrorLevel) {
     parser_->buffer()->Seek(function->position());
     parser_->SetLine(function->line());
     if (function->outputlevel() != FunctionKeepsOutputLevel)
@@ -75,8 +73,6 @@ class FunctionState : public ScriptState {
   int returnline_;
   int outputlevel_;
   int errorlevel_;
-  Function* function_;
-  VariableTree* locals_;
 };
 
 }  // namespace
