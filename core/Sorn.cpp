@@ -60,10 +60,6 @@ int Sorn::Go() {
   return 1;
 }
 
-int Sorn::AddSystemVariables() { return 1; }
-
-int Sorn::AddContentVariables() { return 1; }
-
 int Sorn::ResetGlobalTimeout() {
   if (config()->globaltimeout != 0) deadline_ = time(0) + config()->globaltimeout;
   return 1;
@@ -73,8 +69,6 @@ int Sorn::timeremaining() {
   if (deadline_ == 0) return -1;
   return (int)(deadline_ - time(0));
 }
-
-String Sorn::BuildCookie(const String& cookie) { return cookie; }
 
 void Sorn::Error(const class Error& error) {
   if (!headerssent_) {

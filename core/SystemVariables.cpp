@@ -1,0 +1,18 @@
+// The variables that the engine itself publishes at the start of a request.
+#include <cstdio>
+
+#include "core/Sorn.h"
+#include "host/Config.h"
+#include "script/DynamicVariable.h"
+#include "script/Variables.h"
+
+int Sorn::AddSystemVariables() {
+  vars()->AddSystemVariable("version", "3.7600");
+  vars()->AddSystemVariable("sornversion", "3.7600");
+  AddTimeSnapshotVariables(vars());
+  char timeout[32];
+  snprintf(timeout, sizeof timeout, "%d", config()->globaltimeout);
+  vars()->AddSystemVariable("globaltimeout", timeout);
+  AddDynamicVariables(this, vars());
+  return 1;
+}
