@@ -226,7 +226,7 @@ int CGISorn::ResolvePath(const String& path, String& result, PathType type, Stri
       place = "script";
       if ((options & ScriptAbsolutePaths) && absolute)
         result = path;
-      else if (absolute || currentmodule_ == nullptr)
+      else if (absolute || currentmodule_ == nullptr || currentmodule_->directory().empty())
         result = JoinPath(scriptdirectory_, path);
       else
         result = JoinPath(currentmodule_->directory(), path);
@@ -261,9 +261,10 @@ int CGISorn::RunningSetUIDRoot() {
 }
 
 int CGISorn::SwitchToUserMode(int uid) {
-  // The result is not looked at: in server safe mode the switch from root
-  // cannot fail for an existing owner.
-  if (seteuid((uid_t)uid) != 0) return 1;
+  // Only the effective user changes. The result is not looked at: from
+  // root the switch to the owner of an existing file does not fail.
+  int failed = seteuid((uid_t)uid);
+  (void)failed;
   return 1;
 }
 
