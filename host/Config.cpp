@@ -3,6 +3,11 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/Buffer.h"
+#include "core/Error.h"
+#include "core/Sorn.h"
+#include "host/SiteVarsParser.h"
+
 Config::Config()
     : userdir("public_lmt"),
       usersitevars("sitevars"),
@@ -134,4 +139,14 @@ int Config::IsValidExtension(const String& extension) {
   }
 }
 
-int Config::ReadSiteVarsFile(Sorn*, const String&, int) { return 0; }
+int Config::ReadSiteVarsFile(Sorn* sorn, const String& path, int required) {
+  Buffer buffer(sorn, 8192);
+  if (!buffer.Open(path, path)) {
+    if (!required) return 0;
+    sorn->Error(ConfigurationError(this, "Error opening sitevars file"));
+    return 1;
+  }
+  SiteVarsParser parser(sorn, &buffer);
+  parser.Parse();
+  return 0;
+}
