@@ -117,7 +117,7 @@ int ScriptParser::ScanForFunction(const String& name) {
   long position = buffer_->CurrentFilePosition();
   TagTable targets(1);
   targets.Insert(new Tag("SnFUNCTION", TagSnFUNCTION, 0));
-  Tag* model = tags_.Find("SnFUNCTION");
+  Tag* model = FindTemplate("SnFUNCTION");
   int result;
   for (;;) {
     Tag* found = nullptr;

@@ -214,7 +214,7 @@ int Parser::FindNextTag() {
       continue;
     }
 
-    Tag* model = tags_.Find(name);
+    Tag* model = FindTemplate(name);
     if (model != nullptr) {
       Tag* tag = new Tag(*model);
       int result = GetNameValuePairs(tag) ? ValidateTag(model, tag) : 0;

@@ -48,6 +48,8 @@ class Parser {
   virtual int ProcessText(String& text) = 0;
   virtual int ProcessNewLine(String& line) = 0;
   virtual int ProcessEmptyValue(Tag* tag, const String& name, String& value);
+  // The template of a supported tag, or null.
+  virtual Tag* FindTemplate(const String& name) { return tags_.Find(name); }
 
   // Scans until one known tag has been handled (2), the script stops (3),
   // the file ends (4) or a step fails (0).

@@ -1,5 +1,10 @@
 #include "script/ScriptParser.h"
 
+#include <strings.h>
+
+#include <algorithm>
+#include <vector>
+
 #include "core/Buffer.h"
 #include "core/Error.h"
 #include "core/Output.h"
@@ -127,6 +132,28 @@ Tag* MakeTemplate(const TagRow& row) {
   return tag;
 }
 
+// The table's rows in name order, for a binary search without case.
+const TagRow* FindRow(const char* name) {
+  static const std::vector<const TagRow*> sorted = [] {
+    std::vector<const TagRow*> rows;
+    for (const TagRow& row : kTags) rows.push_back(&row);
+    std::sort(rows.begin(), rows.end(),
+              [](const TagRow* a, const TagRow* b) { return strcasecmp(a->name, b->name) < 0; });
+    return rows;
+  }();
+  size_t low = 0, high = sorted.size();
+  while (low < high) {
+    size_t middle = (low + high) / 2;
+    int c = strcasecmp(name, sorted[middle]->name);
+    if (c == 0) return sorted[middle];
+    if (c < 0)
+      high = middle;
+    else
+      low = middle + 1;
+  }
+  return nullptr;
+}
+
 // Calls visit on each comma-separated word of list, stripped.
 template <class F>
 void ForEachWord(const String& list, F visit) {
@@ -186,8 +213,18 @@ ScriptParser::~ScriptParser() {
   delete errorhandler_;
 }
 
-void ScriptParser::SetupSupportedTags() {
-  for (const TagRow& row : kTags) tags_.Insert(MakeTemplate(row));
+// Building all templates up front costs more than a short page needs, so
+// the tree fills as names are met; FindTemplate is the only way in.
+void ScriptParser::SetupSupportedTags() {}
+
+Tag* ScriptParser::FindTemplate(const String& name) {
+  Tag* tag = tags_.Find(name);
+  if (tag != nullptr) return tag;
+  const TagRow* row = FindRow(name);
+  if (row == nullptr) return nullptr;
+  tag = MakeTemplate(*row);
+  tags_.Insert(tag);
+  return tag;
 }
 
 void ScriptParser::SetupBuiltinFunctions() {}
@@ -257,7 +294,7 @@ void ScriptParser::SetDefaultMacroEncoding(const String& name) {
 }
 
 void ScriptParser::SetTagErrorSettings(const String& name, const String& list) {
-  Tag* tag = tags_.Find(name);
+  Tag* tag = FindTemplate(name);
   if (tag == nullptr) return;
   ErrorSettings* settings = errorhandler_->GetErrorSettings(ErrorLevelRuntime + tag->id());
   ForEachWord(list, [settings](const String& word) {

@@ -34,6 +34,8 @@ class ScriptParser : public Parser {
   ~ScriptParser() override;
 
   void SetupSupportedTags() override;
+  // Templates are made from the static table when a name is first met.
+  Tag* FindTemplate(const String& name) override;
   int GetNameValuePairs(Tag* tag) override;
   int GetValue(Tag* tag, const String& name, String& value) override;
   int ProcessKnownTag(Tag* tag) override;
