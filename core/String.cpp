@@ -4,53 +4,64 @@
 #include <cstdlib>
 #include <cstring>
 
-String::String() : buffer_(new char[kQuantum]), capacity_(kQuantum), length_(0) {
-  buffer_[0] = 0;
-}
+// An empty String owns no storage (buffer_ null, capacity 0) until text
+// arrives; allocations are always whole multiples of the 24-byte quantum.
+String::String() : buffer_(nullptr), capacity_(0), length_(0) {}
 
 String::String(const char* text, int length) : buffer_(nullptr), capacity_(0), length_(0) {
-  if (text == nullptr) {
-    buffer_ = new char[kQuantum];
-    capacity_ = kQuantum;
-    buffer_[0] = 0;
-  } else {
-    assign(text, length);
-  }
+  if (text != nullptr) assign(text, length);
 }
 
-String::String(const String& other)
-    : buffer_(nullptr), capacity_(other.capacity_), length_(other.length_) {
-  if (other.buffer_ != nullptr) {
-    buffer_ = new char[capacity_];
-    memcpy(buffer_, other.buffer_, length_ + 1);
-  }
+String::String(const String& other) : buffer_(nullptr), capacity_(0), length_(0) {
+  if (other.length_ > 0) assign(other.buffer_, other.length_);
 }
 
 String::~String() { delete[] buffer_; }
 
 String& String::operator=(const String& other) {
-  if (this == &other || other.buffer_ == nullptr) return *this;
+  if (this == &other) return *this;
   return assign(other.buffer_, other.length_);
+}
+
+// Makes room for n characters and the terminator, keeping the text.
+void String::Reserve(int n) {
+  if (n + 1 <= capacity_) return;
+  int capacity = Round(n + 1);
+  char* grown = new char[capacity];
+  if (length_ > 0) memcpy(grown, buffer_, length_);
+  grown[length_] = 0;
+  delete[] buffer_;
+  buffer_ = grown;
+  capacity_ = capacity;
 }
 
 String& String::assign(const char* text, int length) {
   if (text == nullptr) text = "";
   if (length == -1) length = (int)strlen(text);
   if (length < 0) length = 0;
-  char* old = buffer_;
-  capacity_ = Round(length + 1);
-  buffer_ = new char[capacity_];
-  memcpy(buffer_, text, length);
+  if (length == 0) {
+    if (buffer_ != nullptr) buffer_[0] = 0;
+    length_ = 0;
+    return *this;
+  }
+  if (length + 1 <= capacity_) {
+    memmove(buffer_, text, length);
+  } else {
+    int capacity = Round(length + 1);
+    char* fresh = new char[capacity];
+    memcpy(fresh, text, length);
+    delete[] buffer_;
+    buffer_ = fresh;
+    capacity_ = capacity;
+  }
   buffer_[length] = 0;
   length_ = length;
-  delete[] old;
   return *this;
 }
 
 String& String::assign(char c) {
-  delete[] buffer_;
-  buffer_ = new char[kQuantum];
-  capacity_ = kQuantum;
+  length_ = 0;
+  Reserve(1);
   buffer_[0] = c;
   buffer_[1] = 0;
   length_ = 1;
@@ -58,36 +69,25 @@ String& String::assign(char c) {
 }
 
 String& String::cat(const char* text, int length) {
-  if (buffer_ == nullptr) return assign(text, -1);
   if (text == nullptr) return *this;
   if (length == -1) length = (int)strlen(text);
   if (length <= 0) return *this;
-  if (length_ + length < capacity_) {
-    memmove(buffer_ + length_, text, length);
-  } else {
-    int capacity = Round(length_ + length + 1);
-    char* grown = new char[capacity];
-    memcpy(grown, buffer_, length_);
-    memcpy(grown + length_, text, length);
-    delete[] buffer_;
-    buffer_ = grown;
-    capacity_ = capacity;
+  if (length_ + length >= capacity_) {
+    if (text >= buffer_ && text < buffer_ + length_) {
+      String copy(text, length);  // appending part of itself
+      return cat(copy.buffer_, length);
+    }
+    Reserve(length_ + length);
   }
+  memmove(buffer_ + length_, text, length);
   length_ += length;
   buffer_[length_] = 0;
   return *this;
 }
 
+// Grows by one quantum at a time, as character-by-character building does.
 String& String::cat(char c) {
-  if (buffer_ == nullptr) return assign(c);
-  if (length_ + 1 >= capacity_) {
-    int capacity = Round(capacity_ + 1);
-    char* grown = new char[capacity];
-    memcpy(grown, buffer_, length_);
-    delete[] buffer_;
-    buffer_ = grown;
-    capacity_ = capacity;
-  }
+  if (length_ + 1 >= capacity_) Reserve(capacity_ - 1 + String::kQuantum);
   buffer_[length_++] = c;
   buffer_[length_] = 0;
   return *this;
@@ -133,7 +133,7 @@ bool String::contains(char c, int from) const {
 
 bool String::matches(char c, int position) const {
   if (length_ < position || position < 0) return false;
-  return buffer_[position] == c;
+  return chars()[position] == c;
 }
 
 bool String::matches(const char* text, int position) const {
@@ -243,13 +243,13 @@ void String::lowcase() {
 
 String String::upper() const {
   String s(*this);
-  if (s.buffer_) s.upcase();
+  s.upcase();
   return s;
 }
 
 String String::lower() const {
   String s(*this);
-  if (s.buffer_) s.lowcase();
+  s.lowcase();
   return s;
 }
 

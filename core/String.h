@@ -1,6 +1,6 @@
 // String: the engine's own text type. One owned, NUL-terminated heap buffer
-// grown in steps of 24 bytes; no sharing. The length is authoritative, so
-// embedded NUL bytes survive assign, cat and at.
+// allocated in multiples of 24 bytes (none while empty); no sharing. The
+// length is authoritative, so embedded NUL bytes survive assign, cat and at.
 #ifndef SORN_CORE_STRING_H
 #define SORN_CORE_STRING_H
 
@@ -19,7 +19,7 @@ class String {
   String& assign(char c);
   String& cat(const char* text, int length = -1);
   String& cat(char c);
-  String& cat(const String& s) { return cat(s.buffer_ ? s.buffer_ : "", s.length_); }
+  String& cat(const String& s) { return cat(s.chars(), s.length_); }
   String& prepend(const char* text);
   String& prepend(char c);
 
@@ -57,8 +57,7 @@ class String {
   int length() const { return length_; }
   int capacity() const { return capacity_; }
   bool empty() const { return length_ == 0; }
-  char operator[](int i) const { return buffer_[i]; }
-  char* buffer() { return buffer_; }
+  char operator[](int i) const { return chars()[i]; }
 
   // Cuts the text to n characters (n at most the length).
   void truncate(int n);
@@ -66,6 +65,8 @@ class String {
   static int Round(int n) { return ((n + kQuantum - 1) / kQuantum) * kQuantum; }
 
  private:
+  void Reserve(int n);
+
   char* buffer_;
   int capacity_;
   int length_;

@@ -39,8 +39,11 @@ TEST(String, SearchEdges) {
 
 TEST(String, GrowsInQuantumSteps) {
   String s;
+  EXPECT_EQ(s.capacity(), 0);
+  EXPECT_STREQ(s, "");
+  s.cat('x');
   EXPECT_EQ(s.capacity(), 24);
-  for (int i = 0; i < 23; i++) s.cat('x');
+  for (int i = 1; i < 23; i++) s.cat('x');
   EXPECT_EQ(s.capacity(), 24);
   s.cat('y');
   EXPECT_EQ(s.capacity(), 48);
@@ -49,6 +52,21 @@ TEST(String, GrowsInQuantumSteps) {
   t.cat("0123456789012345678", -1);
   EXPECT_EQ(t.length(), 50);
   EXPECT_EQ(t.capacity(), 72);
+}
+
+TEST(String, AssignReusesStorageAndHandlesItsOwnText) {
+  String s("0123456789");
+  s = String("abc");
+  EXPECT_STREQ(s, "abc");
+  EXPECT_EQ(s.capacity(), 24);
+  s.cat(s.chars(), 3);  // appending its own text
+  EXPECT_STREQ(s, "abcabc");
+  for (int i = 0; i < 5; i++) s.cat(s);
+  EXPECT_EQ(s.length(), 6 * 32);
+  EXPECT_STREQ(s.at(0, 12), "abcabcabcabc");
+  s = String();
+  EXPECT_STREQ(s, "");
+  EXPECT_EQ(s.length(), 0);
 }
 
 TEST(String, EmbeddedNulSurvivesAssignAndCat) {
