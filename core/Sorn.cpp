@@ -95,11 +95,13 @@ void Sorn::AddSiteVariable(const String& name, const String& value) { vars_->Add
 
 DatabaseView* Sorn::FindDatabaseView(const String&) { return nullptr; }
 
-Module* Sorn::FindModule(const String& path, String& error) {
-  Module* module = modules_.Find(path);
+Module* Sorn::FindModule(const String& file, String& error) {
+  String resolved;
+  if (!ResolvePath(file, resolved, ScriptPath, error)) return nullptr;
+  Module* module = modules_.Find(resolved);
   if (module != nullptr) return module;
   module = new Module(currentmodule_);
-  if (!module->Open(path, path, error)) {
+  if (!module->Open(resolved, file, error)) {
     delete module;
     return nullptr;
   }

@@ -200,7 +200,9 @@ void ExpressionFunction::Tokenize(String& result) {
   bool first = true;
   for (Expression* e = parameters_.First(); e != nullptr; e = parameters_.Next()) {
     if (!first) result.cat(", ");
-    e->Tokenize(result);
+    String text;
+    e->Tokenize(text);
+    result.cat(text);
     first = false;
   }
   result.cat(" )");
