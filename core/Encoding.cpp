@@ -1,100 +1,125 @@
-// URL and entity codings of Sorn.
-#include <cctype>
+// URL and entity codings of Sorn. Each builds its result in one scratch
+// buffer and stops at the end of the text, whatever the text holds.
+#include <strings.h>
+
 #include <cstring>
+#include <string>
 
 #include "core/Sorn.h"
 
 namespace {
+
+const char kHexDigits[] = "0123456789ABCDEF";
 
 bool NeedsEscape(unsigned char c) {
   static const char kEscaped[] = "~`!#$%^&()+={}[]|\\:;\"'<>,?/";
   return c >= 128 || (c != 0 && strchr(kEscaped, c) != nullptr);
 }
 
-int HexDigit(int c) {
-  c = toupper(c);
-  return c < 65 ? c - 0x30 : (c & 0xDF) - 0x37;
+// One digit of a %XX escape, unchecked: whatever the arithmetic gives.
+int HexDigit(unsigned char c) {
+  int u = (c >= 'a' && c <= 'z') ? c - 'a' + 'A' : c;
+  return u < 65 ? u - 0x30 : (u & 0xDF) - 0x37;
 }
+
+// Case-insensitive equality of text[start, end) with word.
+bool IsName(const char* text, int start, int end, const char* word) {
+  size_t n = strlen(word);
+  return (size_t)(end - start) == n && strncasecmp(text + start, word, n) == 0;
+}
+
+void Store(String& text, const std::string& result) { text.assign(result.data(), (int)result.size()); }
 
 }  // namespace
 
 String Sorn::HexValue(const unsigned char c) {
-  static const char kDigits[] = "0123456789ABCDEF";
-  char text[4] = {'%', kDigits[c >> 4], kDigits[c & 15], 0};
+  char text[3] = {'%', kHexDigits[c >> 4], kHexDigits[c & 15]};
   return String(text, 3);
 }
 
 void Sorn::EncodeAttribute(String& text) {
-  String result;
+  if (text.empty()) return;
+  std::string result;
+  result.reserve(text.length());
   for (int i = 0; i < text.length(); i++) {
     unsigned char c = (unsigned char)text[i];
-    if (c == ' ')
-      result.cat('+');
-    else if (NeedsEscape(c))
-      result.cat(HexValue(c));
-    else
-      result.cat((char)c);
+    if (c == ' ') {
+      result += '+';
+    } else if (NeedsEscape(c)) {
+      result += '%';
+      result += kHexDigits[c >> 4];
+      result += kHexDigits[c & 15];
+    } else {
+      result += (char)c;
+    }
   }
-  text = result;
+  Store(text, result);
 }
 
 void Sorn::DecodeAttribute(String& text) {
-  String result;
-  int n = text.length();
+  if (text.empty()) return;
+  std::string result;
+  result.reserve(text.length());
+  const int n = text.length();
   for (int i = 0; i < n; i++) {
     char c = text[i];
     if (c == '+') {
-      result.cat(' ');
-    } else if (c == '%') {
-      // Whatever digits follow are taken unchecked; a cut-off escape
-      // reads the missing digits as zero bytes.
-      int high = i + 1 < n ? (unsigned char)text[i + 1] : 0;
-      int low = i + 2 < n ? (unsigned char)text[i + 2] : 0;
-      result.cat((char)(16 * HexDigit(high) + HexDigit(low)));
+      result += ' ';
+    } else if (c == '%' && i + 2 < n) {
+      // The two characters are taken as digits without any check.
+      int value = 16 * HexDigit((unsigned char)text[i + 1]) + HexDigit((unsigned char)text[i + 2]);
+      result += (char)(unsigned char)(value & 0xFF);
       i += 2;
     } else {
-      result.cat(c);
+      // Includes a '%' too close to the end to hold two digits: kept as is.
+      result += c;
     }
   }
-  text = result;
+  Store(text, result);
 }
 
 void Sorn::EncodeEntities(String& text) {
-  String result;
+  if (text.empty()) return;
+  std::string result;
+  result.reserve(text.length());
   for (int i = 0; i < text.length(); i++) {
     switch (text[i]) {
-      case '"': result.cat("&quot;"); break;
-      case '&': result.cat("&amp;"); break;
-      case '<': result.cat("&lt;"); break;
-      case '>': result.cat("&gt;"); break;
-      default: result.cat(text[i]);
+      case '"': result += "&quot;"; break;
+      case '&': result += "&amp;"; break;
+      case '<': result += "&lt;"; break;
+      case '>': result += "&gt;"; break;
+      default: result += text[i];
     }
   }
-  text = result;
+  Store(text, result);
 }
 
 void Sorn::DecodeEntities(String& text) {
-  String result;
-  int n = text.length();
+  if (text.empty()) return;
+  std::string result;
+  result.reserve(text.length());
+  const int n = text.length();
+  const char* data = text.chars();
   for (int i = 0; i < n; i++) {
-    if (text[i] != '&') {
-      result.cat(text[i]);
+    if (data[i] != '&') {
+      result += data[i];
       continue;
     }
-    int end = i + 1;
-    while (end < n && text[end] != ';') end++;
-    String name = text.at(i + 1, end);
-    if (name.matches("quot"))
-      result.cat('"');
-    else if (name.matches("amp"))
-      result.cat('&');
-    else if (name.matches("lt"))
-      result.cat('<');
-    else if (name.matches("gt"))
-      result.cat('>');
+    // The name runs to ';' or to the end of the text.
+    int start = i + 1;
+    int end = start;
+    while (end < n && data[end] != ';') end++;
+    if (IsName(data, start, end, "quot"))
+      result += '"';
+    else if (IsName(data, start, end, "amp"))
+      result += '&';
+    else if (IsName(data, start, end, "lt"))
+      result += '<';
+    else if (IsName(data, start, end, "gt"))
+      result += '>';
     else
-      result.cat(name);
+      result.append(data + start, end - start);
     i = end;
   }
-  text = result;
+  Store(text, result);
 }

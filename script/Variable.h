@@ -11,9 +11,13 @@ class Variable {
  public:
   Variable(const String& name, const String& value) : name_(name), value_(value) {}
   virtual ~Variable() {}
+  Variable(const Variable&) = delete;
+  Variable& operator=(const Variable&) = delete;
+
   virtual const String& name() const { return name_; }
+  // The value text itself; derived classes may compute it on each call.
   virtual String& value() { return value_; }
-  // Non-zero when the value was stored.
+  // Non-zero when the value was stored; otherwise error() tells why.
   virtual int SetValue(const String& value) {
     value_ = value;
     return 1;
@@ -40,7 +44,8 @@ class VariableTree : public SplayTree<Variable> {
   explicit VariableTree(int owns = 1) : SplayTree<Variable>(owns) {}
   // Sets an existing variable or inserts a new one.
   void SetVariable(const char* name, const char* value);
-  // Appends every element, in name order, to list (which does not own them).
+  // Appends every element, in name order, at the tail of list, which must
+  // not own them.
   void AppendToList(List<Variable>& list) const;
 };
 

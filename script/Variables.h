@@ -1,5 +1,11 @@
 // Variables: every named value a script can see, and the one place that
 // turns a scoped name into a value.
+//
+// Names carry their scope: "l." / "local.", "g." / "global.", "s." /
+// "system.", "d." / "database." (all open databases) and "view.d.field" /
+// "view.database.field" (the field of one view). An unscoped name is looked
+// up in the system frames (top first), the top local frame, the open
+// databases and finally the global tree.
 #ifndef SORN_SCRIPT_VARIABLES_H
 #define SORN_SCRIPT_VARIABLES_H
 
@@ -9,6 +15,14 @@
 
 class Sorn;
 
+enum VariableScope {
+  LocalScope = 0,
+  GlobalScope = 1,
+  SystemScope = 2,
+  DatabaseScope = 3,
+  NoScope = 4
+};
+
 class Variables {
  public:
   explicit Variables(Sorn* sorn);
@@ -16,19 +30,62 @@ class Variables {
   Variables(const Variables&) = delete;
   Variables& operator=(const Variables&) = delete;
 
+  // Splits name into its scope (the result), the variable name and, for
+  // "view.d.field", the view alias. Both outputs are upper case.
+  static int Scope(const String& name, String& variable, String& database);
+
+  // The variable a name refers to, or null. Never creates anything.
   Variable* Find(const String& name);
+  // A copy of the value; empty when the variable does not exist.
   String Value(const String& name);
-  void SetVariable(const String& name, const String& value);
+  // Assigns by the rules of the name's scope. Local and global names are
+  // created when missing, and so is an unscoped name that is found nowhere
+  // (as a global); system and database names never are. Returns 1 when
+  // the value was stored, 0 when the assignment was dropped or refused
+  // (a dynamic variable keeps its reason in its error()).
+  int SetVariable(const String& name, const String& value);
+
+  // Inserts without looking: a later add of the same name is found first.
   void AddGlobalVariable(const String& name, const String& value);
+  // Appends ",value" to an existing global, or adds a new one.
   void AddFormVariable(const String& name, const String& value);
+  // Insert into the base system tree; the second takes ownership.
   void AddSystemVariable(const String& name, const String& value);
   void AddSystemVariable(Variable* variable);
+  // Looks only in the base system tree; empty when absent.
   String GetSystemVariableValue(const String& name);
 
+  // Frames stay their pusher's; a pop returns the frame it removed, or
+  // null when there is none (the base system tree is never popped).
+  void PushLocalVars(VariableTree* frame);
+  VariableTree* PopLocalVars();
+  void PushSystemVars(VariableTree* frame);
+  VariableTree* PopSystemVars();
+  // The top local frame, or null at top level.
+  VariableTree* localframe();
+
+  // Append, in name order, to a list that must not own its elements:
+  // the global tree; every system frame from the top down to the base;
+  // the top local frame, or the global tree when there is none.
+  void GetGlobalVariableList(VariableList& list);
+  void GetSystemVariableList(VariableList& list);
+  void GetLocalVariableList(VariableList& list);
+
+  VariableTree& globals() { return globals_; }
+  VariableTree& systemvariables() { return system_; }
+
  private:
+  Variable* FindSystem(const String& variable);
+  Variable* FindLocal(const String& variable);
+  Variable* FindDatabase(const String& variable, const String& database);
+  // The search of an unscoped name, the global tree last.
+  Variable* FindUnscoped(const String& variable);
+
   Sorn* sorn_;
   VariableTree globals_;
   VariableTree system_;
+  Stack<VariableTree> locals_;
+  Stack<VariableTree> systemframes_;
 };
 
 #endif
