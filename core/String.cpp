@@ -141,9 +141,10 @@ bool String::matches(const char* text, int position) const {
   if (position < 0) return false;
   if (length_ - position < tlen) return false;
   if (position >= length_) return true;
+  // A longer rest fails where the text ends: on its terminator.
+  if (length_ - position != tlen) return false;
   for (int i = position; i < length_; i++) {
-    if (toupper((unsigned char)buffer_[i]) != toupper((unsigned char)text[i - position]))
-      return false;
+    if (toupper((unsigned char)buffer_[i]) != toupper((unsigned char)text[i - position])) return false;
   }
   return true;
 }

@@ -20,9 +20,13 @@ const char* const kMonths[12] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                  "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 const char* const kDays[7] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 
+// The record's fields are narrower than any int could need; a number is
+// cut to the field like any text.
 template <size_t N>
 void Put(char (&field)[N], int number) {
-  snprintf(field, N, "%d", number);
+  char text[16];
+  snprintf(text, sizeof text, "%d", number);
+  snprintf(field, N, "%s", text);
 }
 
 template <size_t N>
