@@ -26,7 +26,10 @@ template <size_t N>
 void Put(char (&field)[N], int number) {
   char text[16];
   snprintf(text, sizeof text, "%d", number);
-  snprintf(field, N, "%s", text);
+  size_t n = strlen(text);
+  if (n >= N) n = N - 1;
+  memcpy(field, text, n);
+  field[n] = 0;
 }
 
 template <size_t N>
