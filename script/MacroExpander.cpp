@@ -76,6 +76,7 @@ void MacroExpander::UnGetChar() {
 }
 
 int MacroExpander::CheckForMacro(String& result) {
+  attempts_++;
   sourcelength_ = 0;
   int c = Buffer::GetNextChar();
   if (c == '[') {

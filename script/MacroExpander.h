@@ -34,6 +34,9 @@ class MacroExpander : public Buffer {
   virtual int CheckForMacro(String& result);
 
   int expandmacros() const { return expand_; }
+  // How many times an '&' was looked at as a possible macro; a stretch of
+  // text read while this stays unchanged holds no macro.
+  long attempts() const { return attempts_; }
   // The name of the macro being replayed; empty otherwise.
   const String& macroname() const { return macroname_; }
 
@@ -42,6 +45,7 @@ class MacroExpander : public Buffer {
   MacroEncoding DefaultEncoding() const;
 
   int expand_;
+  long attempts_ = 0;
   int replay_;
   int replaylength_;
   int sourcelength_;

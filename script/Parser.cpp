@@ -184,6 +184,9 @@ int Parser::FindNextTag() {
     if (r == ScanContinue) continue;
     if (r != ScanStop) return r;
 
+    long start = buffer_->CurrentFilePosition();
+    int cached;
+    if (ProcessCachedTag(start, &cached)) return cached;
     buffer_->GetNextChar();  // the '<'
     String raw("<");
     if (EatWhitespace(raw) == ScanEndOfFile) continue;
@@ -217,7 +220,7 @@ int Parser::FindNextTag() {
     Tag* model = FindTemplate(name);
     if (model != nullptr) {
       Tag* tag = new Tag(*model);
-      int result = GetNameValuePairs(tag) ? ValidateTag(model, tag) : 0;
+      int result = ReadTag(model, tag, start);
       if (result) {
         result = ProcessKnownTag(tag);
         result = result == 0 ? ScanFailure : result == 3 ? ScanStop : ScanContinue;

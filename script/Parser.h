@@ -48,6 +48,11 @@ class Parser {
   virtual int ProcessText(String& text) = 0;
   virtual int ProcessNewLine(String& line) = 0;
   virtual int ProcessEmptyValue(Tag* tag, const String& name, String& value);
+  // A parser that keeps tags it has read may handle the tag at start itself:
+  // 1 with *result set as FindNextTag returns it, 0 to read the text.
+  virtual int ProcessCachedTag(long, int*) { return 0; }
+  // Reads a known tag's attributes and checks them against the template.
+  virtual int ReadTag(Tag* model, Tag* tag, long) { return GetNameValuePairs(tag) ? ValidateTag(model, tag) : 0; }
   // The template of a supported tag, or null.
   virtual Tag* FindTemplate(const String& name) { return tags_.Find(name); }
 

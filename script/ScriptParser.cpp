@@ -181,7 +181,8 @@ ScriptParser::ScriptParser(Sorn* sorn, MacroExpander* expander)
       functions_(1),
       interpret_(InterpretMacros | InterpretTags),
       outputlevel_(OutputHTML | OutputText),
-      depth_(0) {
+      depth_(0),
+      recording_(nullptr) {
   errorhandler_ = new ErrorHandler(sorn, this);
   basestate_ = new ScriptState(this, nullptr);
   states_.Push(basestate_);
@@ -201,7 +202,8 @@ ScriptParser::ScriptParser(ScriptParser* parent, MacroExpander* expander)
       functions_(1),
       interpret_(InterpretMacros | InterpretTags),
       outputlevel_(OutputHTML | OutputText),
-      depth_(0) {
+      depth_(0),
+      recording_(nullptr) {
   basestate_ = new ScriptState(this, nullptr);
   states_.Push(basestate_);
   SetupSupportedTags();
@@ -371,24 +373,45 @@ int ScriptParser::GetValue(Tag* tag, const String& name, String& value) {
     value = text;
     return result;
   }
+  TagCache::Entry* recording = recording_;
   long position = buffer_->CurrentFilePosition();
   int line = line_;
-  Expression expression(this);
+  Expression* expression = new Expression(this);
   int check = tag->id() == TagSnDO && name.matches("VALUE") ? 0 : 1;
-  int status = expression.GetNextExpression(' ', '>', '"', check);
+  int status = expression->GetNextExpression(' ', '>', '"', check);
   int result = status == 2 || status == 5 ? ScanContinue : status == 3 || status == 4 ? ScanStop : ScanFailure;
-  if (result == ScanFailure) return result;
+  if (result == ScanFailure) {
+    delete expression;
+    return result;
+  }
 
   int id = tag->id();
+  TagCache::Attribute kept{name, String(), nullptr, 0};
   if ((id == TagSnMAKEINDEX && (name.matches("EXPRESSION") || name.matches("EXPR"))) ||
       (id == TagSnFILTER && name.matches("FILTER")) || (id == TagSnDO && name.matches("VALUE"))) {
-    expression.Tokenize(value);
+    expression->Tokenize(value);
+    kept.value = value;
   } else if ((id == TagSnIMPORT && name.matches("FILTER")) || id == TagSnWHILE) {
     value = String();
     tag->SetPosition(position, line);
-  } else if (!expression.Resolve(value)) {
-    return ScanFailure;
+    kept.setsposition = 1;
+    if (recording != nullptr) {
+      recording->expressionposition = position;
+      recording->expressionline = line;
+    }
+  } else {
+    if (!expression->Resolve(value)) {
+      delete expression;
+      return ScanFailure;
+    }
+    kept.expression = expression;
+    expression = nullptr;
   }
+  if (recording != nullptr)
+    recording->attributes.push_back(kept);
+  else
+    delete kept.expression;
+  delete expression;
   return result;
 }
 
@@ -401,7 +424,58 @@ int ScriptParser::ProcessEmptyValue(Tag* tag, const String& name, String& value)
     errorhandler_->Error(ErrorLevelSyntax, error);
     return 0;
   }
-  return Parser::ProcessEmptyValue(tag, name, value);
+  if (!Parser::ProcessEmptyValue(tag, name, value)) return 0;
+  if (recording_ != nullptr) recording_->attributes.push_back(TagCache::Attribute{name, value, nullptr, 0});
+  return 1;
+}
+
+int ScriptParser::Cacheable() { return ExpandMacros() && !buffer_->inmacro(); }
+
+// Only tags of one line are kept, so that line numbers inside them (in
+// messages, and where a call returns) stay what reading would give.
+int ScriptParser::ReadTag(Tag* model, Tag* tag, long start) {
+  if (model->id() <= TagEXIT || !Cacheable()) return Parser::ReadTag(model, tag, start);
+  TagCache::Entry* entry = new TagCache::Entry{model, 0, 0, 0, {}};
+  TagCache::Entry* outer = recording_;
+  recording_ = entry;
+  long attempts = expander()->attempts();
+  int line = line_;
+  int result = Parser::ReadTag(model, tag, start);
+  recording_ = outer;
+  if (result && attempts == expander()->attempts() && line == line_ && Cacheable()) {
+    entry->end = buffer_->CurrentFilePosition();
+    cache_.Store(start, entry);
+  } else {
+    delete entry;
+  }
+  return result;
+}
+
+int ScriptParser::ProcessCachedTag(long start, int* result) {
+  if (!Cacheable()) return 0;
+  TagCache::Entry* entry = cache_.Find(start);
+  if (entry == nullptr) return 0;
+  buffer_->Seek(entry->end);
+  Tag* tag = new Tag(*entry->model);
+  int ok = 1;
+  for (const TagCache::Attribute& a : entry->attributes) {
+    String value(a.value);
+    if (a.expression != nullptr && !a.expression->Resolve(value)) {
+      ok = 0;
+      break;
+    }
+    if (a.setsposition) tag->SetPosition(entry->expressionposition, entry->expressionline);
+    tag->AddNameValuePair(a.name, value, 0);
+  }
+  if (ok) ok = ValidateTag(entry->model, tag);
+  if (ok) {
+    int r = ProcessKnownTag(tag);
+    *result = r == 0 ? ScanFailure : r == 3 ? ScanStop : ScanContinue;
+  } else {
+    *result = ScanFailure;
+  }
+  delete tag;
+  return 1;
 }
 
 int ScriptParser::ProcessUnknownTag(String& text) {

@@ -8,6 +8,7 @@
 #include "core/Stack.h"
 #include "script/Function.h"
 #include "script/Parser.h"
+#include "script/TagCache.h"
 
 class ErrorHandler;
 class MacroExpander;
@@ -43,6 +44,8 @@ class ScriptParser : public Parser {
   int ProcessText(String& text) override;
   int ProcessNewLine(String& line) override;
   int ProcessEmptyValue(Tag* tag, const String& name, String& value) override;
+  int ProcessCachedTag(long start, int* result) override;
+  int ReadTag(Tag* model, Tag* tag, long start) override;
   virtual void SetupBuiltinFunctions();
 
   void SetTagDetect(int on);
@@ -85,6 +88,10 @@ class ScriptParser : public Parser {
   ErrorHandler* errorhandler() { return errorhandler_; }
   MacroExpander* expander();
   int& lookahead() { return lookahead_; }
+  TagCache& cache() { return cache_; }
+  // Whether text read from now on can be kept: macros are expanded and the
+  // buffer is not inside a macro's value.
+  int Cacheable();
 
  private:
   // Offers text or a tag to the states from the top down.
@@ -102,6 +109,8 @@ class ScriptParser : public Parser {
   int interpret_;
   int outputlevel_;
   int depth_;
+  TagCache cache_;
+  TagCache::Entry* recording_;
 };
 
 #endif
