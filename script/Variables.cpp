@@ -38,9 +38,14 @@ Variables::~Variables() {
 }
 
 int Variables::Scope(const String& name, String& variable, String& database) {
+  database = "";
+  if (!name.contains('.')) {  // the common case: no prefix can apply
+    variable = name;
+    variable.upcase();
+    return NoScope;
+  }
   String copy = name.upper();
   variable = "";
-  database = "";
   if (SplitAt(copy, ".D.", variable, database)) return DatabaseScope;
   if (SplitAt(copy, ".DATABASE.", variable, database)) return DatabaseScope;
   char first = copy.empty() ? 0 : copy[0];
