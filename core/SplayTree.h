@@ -6,6 +6,8 @@
 
 #include <strings.h>
 
+#include <vector>
+
 // Key comparison of the trees: names ignore case, numbers compare as such.
 inline int CompareKeys(const char* a, const char* b) { return strcasecmp(a, b); }
 inline int CompareKeys(int a, int b) { return a < b ? -1 : a > b ? 1 : 0; }
@@ -106,20 +108,39 @@ class SplayTree {
     root_ = t;
   }
 
+  // Both walks keep their own stack: a tree filled in key order is a
+  // chain as long as it holds elements.
   void Free(Node* node) {
-    if (node == nullptr) return;
-    Free(node->left);
-    if (owns_) delete node->element;
-    Free(node->right);
-    delete node;
+    std::vector<Node*> pending;
+    while (node != nullptr || !pending.empty()) {
+      if (node != nullptr) {
+        pending.push_back(node);
+        node = node->left;
+        continue;
+      }
+      node = pending.back();
+      pending.pop_back();
+      if (owns_) delete node->element;
+      Node* right = node->right;
+      delete node;
+      node = right;
+    }
   }
 
   template <class F>
   static void WalkNode(Node* node, F& visit) {
-    if (node == nullptr) return;
-    WalkNode(node->left, visit);
-    visit(node->element);
-    WalkNode(node->right, visit);
+    std::vector<Node*> pending;
+    while (node != nullptr || !pending.empty()) {
+      if (node != nullptr) {
+        pending.push_back(node);
+        node = node->left;
+        continue;
+      }
+      node = pending.back();
+      pending.pop_back();
+      visit(node->element);
+      node = node->right;
+    }
   }
 
   int owns_;

@@ -50,7 +50,7 @@ void ExpressionNode::Setrightchild(ExpressionNode* node) {
 }
 
 ExpressionTree::ExpressionTree(ScriptParser* parser)
-    : parser_(parser), root_(new ExpressionNode), current_(root_), parens_(0) {}
+    : parser_(parser), root_(new ExpressionNode), current_(root_), parens_(0), size_(0) {}
 
 ExpressionTree::~ExpressionTree() { delete root_; }
 
@@ -66,6 +66,7 @@ void ExpressionTree::Insert(ExpressionElement* element) {
       current_->Setrightchild(node);
     return;
   }
+  size_++;
   if (current_->data == nullptr) {
     current_->data = element;
     return;
@@ -100,6 +101,7 @@ void ExpressionTree::Insert(ExpressionElement* element) {
 }
 
 void ExpressionTree::OpenParen() {
+  size_++;
   parens_.Push(current_);
   ExpressionNode* node = new ExpressionNode;
   if (current_->left != nullptr) {
@@ -208,9 +210,10 @@ void ExpressionFunction::Tokenize(String& result) {
   result.cat(" )");
 }
 
-int ExpressionFunction::GetParameterList(ScriptParser* parser, char quote) {
+int ExpressionFunction::GetParameterList(ScriptParser* parser, char quote, int nesting) {
   for (;;) {
     Expression* e = new Expression(parser);
+    e->SetNesting(nesting + 1);
     int status = e->GetNextExpression(',', ')', quote, 1);
     if (status == ExpressionFailed) {
       delete e;
@@ -224,9 +227,11 @@ int ExpressionFunction::GetParameterList(ScriptParser* parser, char quote) {
   }
 }
 
-int ExpressionFunction::GetTokenizedParameterList(ScriptParser* parser, const String& text, int* position) {
+int ExpressionFunction::GetTokenizedParameterList(ScriptParser* parser, const String& text, int* position,
+                                                  int nesting) {
   for (;;) {
     Expression* e = new Expression(parser);
+    e->SetNesting(nesting + 1);
     int status = e->ReadTokenized(text, position, ',', ')');
     if (status == ExpressionFailed) {
       delete e;
@@ -281,6 +286,12 @@ Expression::Expression(const Expression& other) : parser_(other.parser_), tree_(
 Expression::~Expression() {}
 
 const _OperatorInfo* Expression::IsOperator(const String& token) { return ExpressionOperator::Find(token); }
+
+int Expression::TooComplex() {
+  if (tree_.size() <= kMaxSize && nesting_ <= kMaxNesting) return 0;
+  if (parser_) parser_->ExpressionError("Expression too complex");
+  return 1;
+}
 
 int Expression::GetChar() {
   Buffer* buffer = parser_->buffer();
@@ -423,6 +434,7 @@ int Expression::GetNextToken(String& token, int haveoperand, char separator, cha
 }
 
 int Expression::GetNextExpression(char separator, char terminator, char quote, int check) {
+  if (TooComplex()) return ExpressionFailed;
   int status = ExpressionEnded;
   int braced = 0, haveoperand = 0, count = 0, depth = 0;
   char activequote = quote, activeterminator = terminator;
@@ -494,7 +506,7 @@ int Expression::GetNextExpression(char separator, char terminator, char quote, i
       } else if (!haveoperand) {
         if (token[token.length() - 1] == '(') {
           ExpressionFunction* function = new ExpressionFunction(token.before(token.length() - 1));
-          if (!function->GetParameterList(parser_, activequote) || (check && !function->CheckFunctionCall(parser_))) {
+          if (!function->GetParameterList(parser_, activequote, nesting_) || (check && !function->CheckFunctionCall(parser_))) {
             delete function;
             status = ExpressionFailed;
           } else {
@@ -518,6 +530,7 @@ int Expression::GetNextExpression(char separator, char terminator, char quote, i
       }
     }
     token = String();
+    if (status != ExpressionFailed && TooComplex()) status = ExpressionFailed;
   }
 
   if (status != ExpressionFailed && count > 0 && !haveoperand) {
@@ -547,6 +560,7 @@ void Expression::Tokenize(String& result) {
 
 // Tokenized text: tokens separated by single blanks, parentheses exact.
 int Expression::ReadTokenized(const String& text, int* position, char separator, char terminator) {
+  if (TooComplex()) return ExpressionFailed;
   int at = position ? *position : 0;
   int status = ExpressionReadAll, count = 0, depth = 0;
   int n = text.length();
@@ -570,6 +584,7 @@ int Expression::ReadTokenized(const String& text, int* position, char separator,
     }
     if (!token.empty()) {
       count++;
+      if (TooComplex()) return ExpressionFailed;
       const _OperatorInfo* op = IsOperator(token);
       if (op != nullptr) {
         tree_.Insert(new ExpressionOperator(op));
@@ -585,7 +600,7 @@ int Expression::ReadTokenized(const String& text, int* position, char separator,
       } else if (token[token.length() - 1] == '(') {
         ExpressionFunction* function = new ExpressionFunction(token.before(token.length() - 1));
         if (at < n && text[at] == ' ') at++;
-        if (parser_ == nullptr || !function->GetTokenizedParameterList(parser_, text, &at) ||
+        if (parser_ == nullptr || !function->GetTokenizedParameterList(parser_, text, &at, nesting_) ||
             !function->CheckFunctionCall(parser_)) {
           delete function;
           return ExpressionFailed;

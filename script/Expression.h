@@ -62,6 +62,8 @@ class ExpressionTree {
   int CloseParen();
   int Resolve(String& result);
   void Tokenize(String& result);
+  // Operators and parentheses placed so far; the tree is this deep at most.
+  int size() const { return size_; }
 
  private:
   int ResolveNode(ExpressionNode* node, String& result);
@@ -71,10 +73,16 @@ class ExpressionTree {
   ExpressionNode* root_;
   ExpressionNode* current_;
   Stack<ExpressionNode> parens_;
+  int size_;
 };
 
 class Expression {
  public:
+  // Bounds on what one expression may hold, so that evaluating it cannot
+  // exhaust the stack: operators and parentheses in one tree, and calls
+  // nested in the parameters of calls.
+  enum { kMaxSize = 1000, kMaxNesting = 64 };
+
   explicit Expression(ScriptParser* parser);
   // Keeps only the parser; the copy's tree is empty.
   Expression(const Expression& other);
@@ -96,13 +104,17 @@ class Expression {
   static int IsTrue(const String& value);
 
   ScriptParser* parser() const { return parser_; }
+  void SetNesting(int nesting) { nesting_ = nesting; }
 
  private:
+  // Reports an expression that has grown past the bounds; 1 when it has.
+  int TooComplex();
   int GetChar();
   void UnGetChar();
 
   ScriptParser* parser_;
   ExpressionTree tree_;
+  int nesting_ = 0;
   // Raw characters read from the buffer, so that putting them back keeps
   // the line count right.
   String history_;
@@ -136,8 +148,9 @@ class ExpressionFunction : public ExpressionElement {
   int Resolve(ScriptParser* parser, String& result) override;
   void Tokenize(String& result) override;
 
-  int GetParameterList(ScriptParser* parser, char quote);
-  int GetTokenizedParameterList(ScriptParser* parser, const String& text, int* position);
+  // nesting: how deep the calling expression lies in parameter lists.
+  int GetParameterList(ScriptParser* parser, char quote, int nesting);
+  int GetTokenizedParameterList(ScriptParser* parser, const String& text, int* position, int nesting);
   int CheckFunctionCall(ScriptParser* parser);
 
  private:
