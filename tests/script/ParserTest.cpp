@@ -1,0 +1,58 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/script/RunScript.h"
+
+namespace {
+
+bool Contains(const std::string& page, const std::string& part) { return page.find(part) != std::string::npos; }
+
+}  // namespace
+
+// Every prefix of these scripts ends the scan cleanly, whatever state the
+// scanner is in at the cut (the sanitizer build checks the reads).
+TEST(Parser, EveryTruncationEndsCleanly) {
+  const char* scripts[] = {
+      "a<SnEVAL EXPR=\"{ 'x' $ f(1, 2) }\" NAME=v>b\\<c\n",
+      "<B HREF=\"x>y\" \n CLASS=z>t</B><!-- c -- > - -->\r\n<## c ##>",
+      "<SnCOMMENT> <SnIF> </SnCOMMENT><SnIF EXPR=\"{ 0 }\">x<SnELSE>y</SnIF>",
+      "<SnWHILE EXPR=\"{ 0 }\"><SnIF EXPR=\"{ 1 }\"></SnIF></SnWHILE>&[v];&amp;[v:entities]",
+      "<SnFUNCTION NAME=\"f\" PARAMETERS=\"a, b\"><SnFUNCRETURN VALUE=\"{ a }\"></SnFUNCTION>",
+  };
+  for (const char* script : scripts) {
+    std::string text(script);
+    for (size_t n = 0; n <= text.size(); n++) RunScript(text.substr(0, n));
+  }
+}
+
+TEST(Parser, EndOfFileMessagesNameWhereTheScanStood) {
+  EXPECT_TRUE(Contains(RunScript("x\n<SnEV"), "t.sn: Line 2: Syntax Error: Unexpected end of file in tag"));
+  EXPECT_TRUE(Contains(RunScript("<SnEVAL EXPR"), "Syntax Error: Unexpected end of file in &lt;SnEVAL&gt;"));
+  EXPECT_TRUE(Contains(RunScript("<B CLASS=\"x>"), "Unexpected end of file while looking for '&gt;'"));
+  EXPECT_TRUE(Contains(RunScript("<## a > b"), "Unexpected end of file while looking for '##&gt;'"));
+  EXPECT_TRUE(Contains(RunScript("<!-- a - > -"), "Unexpected end of file while looking for '--&gt;'"));
+  EXPECT_TRUE(Contains(RunScript("<SnCOMMENT> <snComment>"),
+                       "Unexpected end of file while looking for '&lt;/SnCOMMENT&gt;'"));
+  EXPECT_TRUE(Contains(RunScript("<SnIF EXPR=\"{ 0 }\">\nnever"),
+                       "t.sn: Line 2: Syntax Error: Unexpected end of file looking for &lt;/SnIF&gt;"));
+  EXPECT_TRUE(Contains(RunScript("<SnEVAL EXPR=\"{ 'open"), "Expression Error: Found end of file in quoted string"));
+}
+
+TEST(Parser, TextCommentsAndUnknownTagsComeOutAsWritten) {
+  std::string page = RunScript("a<## gone ##>b<!-- <SnEVAL EXPR=\"{ 1 }\"> -->\r\n<A HREF=\"x>y\">\\<SnEVAL x>\n");
+  EXPECT_EQ(page, "ab<!-- <SnEVAL EXPR=\"{ 1 }\"> -->\r\n<A HREF=\"x>y\">\\<SnEVAL x>\n");
+  EXPECT_EQ(RunScript("<SnCOMMENT>x<SnIF></snCOMMENT>y"), "y");
+  EXPECT_EQ(RunScript("<##>z"), "z");
+  EXPECT_EQ(RunScript("<!-->w"), "<!-->w");
+  EXPECT_EQ(RunScript("< SnEVAL EXPR = \"{ 1 + 1 }\" >"), "2");
+}
+
+TEST(Parser, BlockSizeDoesNotChangeThePage) {
+  std::string script =
+      "<SnASSIGN NAME=\"i\" VALUE=\"0\"><SnWHILE EXPR=\"{ i LT 3 }\"><SnASSIGN NAME=\"i\" "
+      "VALUE=\"{ i + 1 }\">[<SnEVAL EXPR=\"{ i }\">]</SnWHILE>\n<B>end</B>";
+  std::string expected = RunScript(script, 8192);
+  EXPECT_EQ(expected, "[1][2][3]\n<B>end</B>");
+  for (int size : {1, 2, 3, 7, 16}) EXPECT_EQ(RunScript(script, size), expected) << size;
+}
