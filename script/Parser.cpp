@@ -173,6 +173,30 @@ int Parser::ReadTagName(String& raw, String& name, int* terminator) {
   }
 }
 
+// <## ... ##> and <SnCOMMENT> ... </SnCOMMENT> vanish; <!-- ... --> is
+// read whole into raw. For any other tag the terminator is put back.
+int Parser::SkipComment(const String& name, int terminator, String& raw) {
+  if (name.search("##") == 0) {
+    if (terminator == '>') return ScriptComment;
+    buffer_->UnGetChar();
+    if (!FindText("##>", "##&gt;")) return ScanFailure;
+    return ScriptComment;
+  }
+  if (name.search("!--") == 0) {
+    if (terminator == '>') {
+      raw.cat('>');
+      return HTMLComment;
+    }
+    buffer_->UnGetChar();
+    if (!EatHTMLComment(raw)) return ScanFailure;
+    return HTMLComment;
+  }
+  buffer_->UnGetChar();
+  if (!name.matches("SnCOMMENT")) return NoComment;
+  if (!FindText("</SnCOMMENT>", "&lt;/SnCOMMENT&gt;")) return ScanFailure;
+  return ScriptComment;
+}
+
 int Parser::FindNextTag() {
   String line;
   for (;;) {
@@ -193,29 +217,13 @@ int Parser::FindNextTag() {
     String name;
     int t;
     if (!ReadTagName(raw, name, &t)) return ScanFailure;
-
-    if (name.search("##") == 0) {
-      if (t == '>') continue;
-      buffer_->UnGetChar();
-      if (!FindText("##>", "##&gt;")) return ScanFailure;
-      continue;
-    }
-    if (name.search("!--") == 0) {
-      if (t == '>') {
-        raw.cat('>');
-      } else {
-        buffer_->UnGetChar();
-        if (!EatHTMLComment(raw)) return ScanFailure;
-      }
+    int comment = SkipComment(name, t, raw);
+    if (comment == ScanFailure) return ScanFailure;
+    if (comment == HTMLComment) {
       int p = ProcessUnknownTag(raw);
       if (p != 1) return p;
-      continue;
     }
-    buffer_->UnGetChar();
-    if (name.matches("SnCOMMENT")) {
-      if (!FindText("</SnCOMMENT>", "&lt;/SnCOMMENT&gt;")) return ScanFailure;
-      continue;
-    }
+    if (comment != NoComment) continue;
 
     Tag* model = FindTemplate(name);
     if (model != nullptr) {
@@ -360,23 +368,10 @@ int Parser::FindTag(Tag** found, TagTable* targets) {
     String name;
     int t;
     if (!ReadTagName(raw, name, &t)) return ScanFailure;
-    if (name.search("##") == 0) {
-      if (t == '>') continue;
-      buffer_->UnGetChar();
-      if (!FindText("##>", "##&gt;")) return ScanFailure;
-      continue;
-    }
-    if (name.search("!--") == 0) {
-      if (t == '>') continue;
-      buffer_->UnGetChar();
-      if (!EatHTMLComment(raw)) return ScanFailure;
-      continue;
-    }
-    buffer_->UnGetChar();
-    if (name.matches("SnCOMMENT")) {
-      if (!FindText("</SnCOMMENT>", "&lt;/SnCOMMENT&gt;")) return ScanFailure;
-      continue;
-    }
+    // A skip eats HTML comments too: tags inside them never count.
+    int comment = SkipComment(name, t, raw);
+    if (comment == ScanFailure) return ScanFailure;
+    if (comment != NoComment) continue;
 
     Tag* model = targets->Find(name);
     if (model == nullptr) continue;

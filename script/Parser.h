@@ -78,6 +78,10 @@ class Parser {
   // Reads a tag name after '<' into name and raw; the terminator comes back
   // in *terminator. 0 at the end of the file (reported).
   int ReadTagName(String& raw, String& name, int* terminator);
+  enum { ScriptComment = 1, HTMLComment = 2, NoComment = 3 };
+  // Reads the rest of a comment after its name: ScanFailure (reported),
+  // ScriptComment, HTMLComment (its text in raw) or NoComment.
+  int SkipComment(const String& name, int terminator, String& raw);
 
   Sorn* sorn_;
   File* file_;
