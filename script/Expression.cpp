@@ -162,11 +162,13 @@ void ExpressionTree::TokenizeNode(ExpressionNode* node, String& result) {
 
 // ------------------------------------------------------------- elements
 
+// A quoted token loses its first and last character, whatever they are.
+ExpressionConstant::ExpressionConstant(const String& token) : token_(token), value_(token) {
+  if (token_.matches('"', 0) || token_.matches('\'', 0)) value_ = token_.at(1, token_.length() - 1);
+}
+
 int ExpressionConstant::Resolve(ScriptParser*, String& result) {
-  if (token_.matches('"', 0) || token_.matches('\'', 0))
-    result = token_.at(1, token_.length() - 1);
-  else
-    result = token_;
+  result = value_;
   return 1;
 }
 

@@ -124,12 +124,13 @@ inline const char* ElementName(const Expression*) { return ""; }
 
 class ExpressionConstant : public ExpressionElement {
  public:
-  explicit ExpressionConstant(const String& token) : token_(token) {}
+  explicit ExpressionConstant(const String& token);
   int Resolve(ScriptParser* parser, String& result) override;
   void Tokenize(String& result) override;
 
  private:
   String token_;
+  String value_;  // the token less its quotes, worked out once
 };
 
 class ExpressionVariable : public ExpressionElement {

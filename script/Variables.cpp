@@ -108,6 +108,8 @@ Variable* Variables::FindUnscoped(const String& variable) {
 }
 
 Variable* Variables::Find(const String& name) {
+  // Lookups ignore case, so a name without a prefix needs no copy.
+  if (!name.contains('.')) return FindUnscoped(name);
   String variable, database;
   switch (Scope(name, variable, database)) {
     case LocalScope: return FindLocal(variable);
@@ -124,8 +126,12 @@ String Variables::Value(const String& name) {
 }
 
 int Variables::SetVariable(const String& name, const String& value) {
-  String variable, database;
   Variable* v = nullptr;
+  if (!name.contains('.')) {
+    v = FindUnscoped(name);
+    if (v != nullptr) return v->SetValue(value);
+  }
+  String variable, database;
   switch (Scope(name, variable, database)) {
     case LocalScope: {
       VariableTree* frame = locals_.Top();
