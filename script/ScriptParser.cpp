@@ -2,8 +2,8 @@
 
 #include <strings.h>
 
-#include <algorithm>
-#include <vector>
+#include <cctype>
+#include <cstring>
 
 #include "core/Buffer.h"
 #include "core/Error.h"
@@ -132,24 +132,14 @@ Tag* MakeTemplate(const TagRow& row) {
   return tag;
 }
 
-// The table's rows in name order, for a binary search without case.
-const TagRow* FindRow(const char* name) {
-  static const std::vector<const TagRow*> sorted = [] {
-    std::vector<const TagRow*> rows;
-    for (const TagRow& row : kTags) rows.push_back(&row);
-    std::sort(rows.begin(), rows.end(),
-              [](const TagRow* a, const TagRow* b) { return strcasecmp(a->name, b->name) < 0; });
-    return rows;
-  }();
-  size_t low = 0, high = sorted.size();
-  while (low < high) {
-    size_t middle = (low + high) / 2;
-    int c = strcasecmp(name, sorted[middle]->name);
-    if (c == 0) return sorted[middle];
-    if (c < 0)
-      high = middle;
-    else
-      low = middle + 1;
+// The row of a tag name, ignoring case. Most names met are HTML tags that
+// are not in the table; the first letter and the length turn them away
+// before any full comparison.
+const TagRow* FindRow(const String& name) {
+  int first = toupper((unsigned char)name[0]);
+  for (const TagRow& row : kTags) {
+    if (toupper((unsigned char)row.name[0]) != first || (int)strlen(row.name) != name.length()) continue;
+    if (strcasecmp(row.name, name.chars()) == 0) return &row;
   }
   return nullptr;
 }
