@@ -212,39 +212,35 @@ void ExpressionFunction::Tokenize(String& result) {
   result.cat(" )");
 }
 
-int ExpressionFunction::GetParameterList(ScriptParser* parser, char quote, int nesting) {
+// Reads parameters while the reader ends at a separator: f() has none,
+// f(a,) one, f(a,,b) three (the middle one empty).
+template <class Read>
+static int CollectParameters(List<Expression>& parameters, ScriptParser* parser, int nesting, Read read) {
   for (;;) {
     Expression* e = new Expression(parser);
     e->SetNesting(nesting + 1);
-    int status = e->GetNextExpression(',', ')', quote, 1);
+    int status = read(e);
     if (status == ExpressionFailed) {
       delete e;
       return 0;
     }
     if (status != ExpressionEmpty)
-      parameters_.Insert(e, ListTail);
+      parameters.Insert(e, ListTail);
     else
       delete e;
     if (status != ExpressionEnded) return 1;
   }
 }
 
+int ExpressionFunction::GetParameterList(ScriptParser* parser, char quote, int nesting) {
+  return CollectParameters(parameters_, parser, nesting,
+                           [quote](Expression* e) { return e->GetNextExpression(',', ')', quote, 1); });
+}
+
 int ExpressionFunction::GetTokenizedParameterList(ScriptParser* parser, const String& text, int* position,
                                                   int nesting) {
-  for (;;) {
-    Expression* e = new Expression(parser);
-    e->SetNesting(nesting + 1);
-    int status = e->ReadTokenized(text, position, ',', ')');
-    if (status == ExpressionFailed) {
-      delete e;
-      return 0;
-    }
-    if (status != ExpressionEmpty)
-      parameters_.Insert(e, ListTail);
-    else
-      delete e;
-    if (status != ExpressionEnded) return 1;
-  }
+  return CollectParameters(parameters_, parser, nesting,
+                           [&](Expression* e) { return e->ReadTokenized(text, position, ',', ')'); });
 }
 
 int ExpressionFunction::CheckFunctionCall(ScriptParser* parser) {

@@ -33,6 +33,38 @@ NameValuePair* SoleAttribute(ScriptParser* parser, Tag* tag) {
   return tag->attributes().First();
 }
 
+// Skips the rest of a body to its closing tag (or, with withelse, to an
+// SnELSE) at the same depth. 1 with *found set to the tag met; an end of
+// file is reported here.
+int SkipBody(ScriptParser* parser, int opening, int withelse, int* found) {
+  struct Body {
+    int id;
+    const char* name;
+    int closingid;
+    const char* closing;
+  };
+  static const Body kBodies[] = {
+      {TagIF, "IF", TagEndIF, "/IF"},
+      {TagSnIF, "SnIF", TagEndSnIF, "/SnIF"},
+      {TagWHILE, "WHILE", TagEndWHILE, "/WHILE"},
+      {TagSnWHILE, "SnWHILE", TagEndSnWHILE, "/SnWHILE"},
+  };
+  const Body* body = &kBodies[0];
+  for (const Body& b : kBodies)
+    if (b.id == opening) body = &b;
+  TagTable targets(1);
+  targets.Insert(new Tag(body->name, body->id, body->closingid));
+  targets.Insert(new Tag(body->closing, body->closingid, 0));
+  if (withelse && opening == TagSnIF) targets.Insert(new Tag("SnELSE", TagSnELSE, -1));
+  Tag* tag = nullptr;
+  int result = parser->FindTag(&tag, &targets);
+  if (result == 4)
+    parser->SyntaxError(String("Unexpected end of file looking for &lt;") + body->closing + "&gt;");
+  if (tag != nullptr) *found = tag->id();
+  delete tag;
+  return result;
+}
+
 }  // namespace
 
 int ScriptState::ProcessSnIF(Tag* tag) {
@@ -51,25 +83,9 @@ int ScriptState::ProcessSnIF(Tag* tag) {
 }
 
 int IFState::SkipTo(int withelse) {
-  TagTable targets(1);
-  int older = tag_->id() == TagIF;
-  if (older) {
-    targets.Insert(new Tag("IF", TagIF, TagEndIF));
-    targets.Insert(new Tag("/IF", TagEndIF, 0));
-  } else {
-    targets.Insert(new Tag("SnIF", TagSnIF, TagEndSnIF));
-    targets.Insert(new Tag("/SnIF", TagEndSnIF, 0));
-    if (withelse) targets.Insert(new Tag("SnELSE", TagSnELSE, -1));
-  }
-  Tag* found = nullptr;
-  int result = parser_->FindTag(&found, &targets);
-  if (result == 4) {
-    parser_->SyntaxError(String("Unexpected end of file looking for &lt;") + (older ? "/IF" : "/SnIF") + "&gt;");
-    return StateFailure;
-  }
+  int id = 0;
+  int result = SkipBody(parser_, tag_->id(), withelse, &id);
   if (result != 1) return StateFailure;
-  int id = found->id();
-  delete found;
   return id == TagSnELSE ? StateHandled : StateLeave;
 }
 
@@ -182,24 +198,8 @@ int WHILEState::ProcessTag(Tag* tag) {
 
 int WHILEState::ExitState() {
   if (done_) return StateHandled;
-  TagTable targets(1);
-  int older = tag_->id() == TagWHILE;
-  if (older) {
-    targets.Insert(new Tag("WHILE", TagWHILE, TagEndWHILE));
-    targets.Insert(new Tag("/WHILE", TagEndWHILE, 0));
-  } else {
-    targets.Insert(new Tag("SnWHILE", TagSnWHILE, TagEndSnWHILE));
-    targets.Insert(new Tag("/SnWHILE", TagEndSnWHILE, 0));
-  }
-  Tag* found = nullptr;
-  int result = parser_->FindTag(&found, &targets);
-  delete found;
-  if (result == 4) {
-    parser_->SyntaxError(String("Unexpected end of file looking for &lt;") + (older ? "/WHILE" : "/SnWHILE") +
-                         "&gt;");
-    return StateFailure;
-  }
-  return result == 1 ? StateHandled : StateFailure;
+  int id = 0;
+  return SkipBody(parser_, tag_->id(), 0, &id) == 1 ? StateHandled : StateFailure;
 }
 
 int ScriptState::ProcessSnASSIGN(Tag* tag) {

@@ -159,13 +159,20 @@ void ForEachWord(const String& list, F visit) {
 
 }  // namespace
 
-ScriptParser::ScriptParser(Sorn* sorn, MacroExpander* expander)
+ScriptParser::ScriptParser(Sorn* sorn, MacroExpander* expander) : ScriptParser(sorn, expander, nullptr) {}
+
+// A called module's parser starts afresh but for the error policy, which
+// is a copy of its caller's.
+ScriptParser::ScriptParser(ScriptParser* parent, MacroExpander* expander)
+    : ScriptParser(parent->sorn(), expander, parent) {}
+
+ScriptParser::ScriptParser(Sorn* sorn, MacroExpander* expander, ScriptParser* parent)
     : Parser(sorn, expander),
-      parent_(nullptr),
+      parent_(parent),
       output_(sorn->output()),
-      errorhandler_(nullptr),
+      errorhandler_(parent ? new ErrorHandler(parent->errorhandler_) : new ErrorHandler(sorn, this)),
       lookahead_(-1),
-      basestate_(nullptr),
+      basestate_(new ScriptState(this, nullptr)),
       states_(1),
       vars_(sorn->vars()),
       functions_(1),
@@ -173,28 +180,6 @@ ScriptParser::ScriptParser(Sorn* sorn, MacroExpander* expander)
       outputlevel_(OutputHTML | OutputText),
       depth_(0),
       recording_(nullptr) {
-  errorhandler_ = new ErrorHandler(sorn, this);
-  basestate_ = new ScriptState(this, nullptr);
-  states_.Push(basestate_);
-  SetupSupportedTags();
-  SetupBuiltinFunctions();
-}
-
-ScriptParser::ScriptParser(ScriptParser* parent, MacroExpander* expander)
-    : Parser(parent->sorn(), expander),
-      parent_(parent),
-      output_(parent->sorn()->output()),
-      errorhandler_(new ErrorHandler(parent->errorhandler_)),
-      lookahead_(-1),
-      basestate_(nullptr),
-      states_(1),
-      vars_(parent->sorn()->vars()),
-      functions_(1),
-      interpret_(InterpretMacros | InterpretTags),
-      outputlevel_(OutputHTML | OutputText),
-      depth_(0),
-      recording_(nullptr) {
-  basestate_ = new ScriptState(this, nullptr);
   states_.Push(basestate_);
   SetupSupportedTags();
   SetupBuiltinFunctions();

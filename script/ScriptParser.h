@@ -94,6 +94,7 @@ class ScriptParser : public Parser {
   int Cacheable();
 
  private:
+  ScriptParser(Sorn* sorn, MacroExpander* expander, ScriptParser* parent);
   // Offers text or a tag to the states from the top down.
   int Dispatch(Tag* tag, String* text);
 
