@@ -1,6 +1,7 @@
 #include "core/String.h"
 
 #include <cctype>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -341,4 +342,19 @@ int split(const String& source, String* pieces, int maximum, const String& separ
   }
   if (count < maximum && start < source.length()) pieces[count++] = source.from(start);
   return count;
+}
+
+String Decimal(long value) {
+  char text[24];
+  snprintf(text, sizeof text, "%ld", value);
+  return text;
+}
+
+bool NextPiece(const String& text, char separator, int& position, String& piece) {
+  if (position > text.length()) return false;
+  int end = position;
+  while (end < text.length() && text[end] != separator) end++;
+  piece = text.at(position, end);
+  position = end + 1;
+  return true;
 }

@@ -84,6 +84,13 @@ bool operator==(const String& a, const String& b);
 // number stored. A trailing separator gives no trailing empty piece.
 int split(const String& source, String* pieces, int maximum, const String& separator);
 
+// A number written as "%ld" writes it.
+String Decimal(long value);
+
+// The piece of text from position up to the next separator, one per call;
+// false once the text is used up (an empty text gives one empty piece).
+bool NextPiece(const String& text, char separator, int& position, String& piece);
+
 // The characters the scanner counts as white space.
 inline bool IsWhite(int c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 

@@ -17,17 +17,6 @@ namespace {
 const char kValidateFunction[] = "Sorn_ValidateFileUpload";
 const char kProcessFunction[] = "Sorn_ProcessFileUpload";
 
-// One piece of text between separators per call, from position on;
-// false once the text is used up.
-bool NextPiece(const String& text, char separator, int& position, String& piece) {
-  if (position > text.length()) return false;
-  int end = position;
-  while (end < text.length() && text[end] != separator) end++;
-  piece = text.at(position, end);
-  position = end + 1;
-  return true;
-}
-
 // Splits an item at its first "=", strips both sides.
 void SplitItem(const String& item, String& name, String& value) {
   name = item.before("=");

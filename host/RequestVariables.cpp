@@ -22,23 +22,6 @@ void RemoveBackslashes(String& text) {
   if (text.contains('\\')) text.gsub("\\", "");
 }
 
-// The pieces of text between separators, one per call, from position on;
-// false once the text is used up.
-bool NextPiece(const String& text, char separator, int& position, String& piece) {
-  if (position > text.length()) return false;
-  int end = position;
-  while (end < text.length() && text[end] != separator) end++;
-  piece = text.at(position, end);
-  position = end + 1;
-  return true;
-}
-
-String Decimal(long value) {
-  char text[32];
-  snprintf(text, sizeof text, "%ld", value);
-  return text;
-}
-
 }  // namespace
 
 int CGISorn::AddEnvironmentVariables() {

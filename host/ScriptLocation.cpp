@@ -31,12 +31,6 @@ String JoinPath(const String& directory, const String& path) {
   return directory + path;
 }
 
-String Decimal(int n) {
-  char text[16];
-  snprintf(text, sizeof text, "%d", n);
-  return text;
-}
-
 // The texts of FollowPath's refusals 1 to 3, behind the subject they name.
 const char* const kLinkRefusals[] = {
     "",

@@ -12,12 +12,6 @@
 
 namespace {
 
-String Decimal(int n) {
-  char text[16];
-  snprintf(text, sizeof text, "%d", n);
-  return text;
-}
-
 String Quoted(int c) {
   String s("'");
   if (c >= 0) s.cat((char)c);

@@ -17,17 +17,11 @@
 
 namespace {
 
-String CountText(int n) {
-  char text[16];
-  snprintf(text, sizeof text, "%d", n);
-  return text;
-}
-
 // The one attribute of SnIF, SnWHILE and SnEVAL; null after the error.
 NameValuePair* SoleAttribute(ScriptParser* parser, Tag* tag) {
   int count = tag->attributes().Entries();
   if (count != 1) {
-    parser->SyntaxError(*tag + " expects exactly 1 name/value pair, found " + CountText(count));
+    parser->SyntaxError(*tag + " expects exactly 1 name/value pair, found " + Decimal(count));
     return nullptr;
   }
   return tag->attributes().First();
@@ -220,7 +214,7 @@ int ScriptState::ProcessSnASSIGN(Tag* tag) {
 int ScriptState::ProcessSnLET(Tag* tag) {
   int count = tag->attributes().Entries();
   if (count != 1) {
-    parser_->SyntaxError(*tag + " expects exactly one 1 name/value pair, found " + CountText(count));
+    parser_->SyntaxError(*tag + " expects exactly one 1 name/value pair, found " + Decimal(count));
     return StateFailure;
   }
   NameValuePair* pair = tag->attributes().First();

@@ -17,12 +17,6 @@
 
 namespace {
 
-String Decimal(long n) {
-  char text[24];
-  snprintf(text, sizeof text, "%ld", n);
-  return text;
-}
-
 // The state of a running call: where to go back to, and what to restore.
 class FunctionState : public ScriptState {
  public:
