@@ -128,15 +128,13 @@ int Config::SetConfigValue(const String& name, const String& value) {
 
 int Config::IsValidExtension(const String& extension) {
   if (validextensions.empty()) return 1;
-  String rest(validextensions);
-  for (;;) {
-    String item = rest.before(",");
+  String item;
+  for (int at = 0; NextPiece(validextensions, ',', at, item);) {
     item.StripWhitespace();
     if (item.matches('.', 0) && !item.empty()) item = item.from(1);
-    if (item.matches(extension.chars()) && extension.length() == item.length()) return 1;
-    if (!rest.contains(',')) return 0;
-    rest = rest.after(",");
+    if (item.matches(extension.chars())) return 1;
   }
+  return 0;
 }
 
 int Config::ReadSiteVarsFile(Sorn* sorn, const String& path, int required) {

@@ -242,16 +242,13 @@ int ScriptState::ProcessSnHIDE(Tag* tag) {
   String fields = tag->Value("FIELDS");
   if (fields.matches('"', 0) && !fields.empty()) fields = fields.at(1, fields.length() - 1);
   Output* out = parser_->output();
-  String rest(fields);
-  for (;;) {
-    String field = rest.before(",");
+  String field;
+  for (int at = 0; NextPiece(fields, ',', at, field);) {
     field.StripWhitespace();
     String value = parser_->vars()->Value(field);
     Sorn::EncodeEntities(value);
     out->Write("<INPUT TYPE=\"hidden\" NAME=\"" + field + "\" VALUE=\"" + value + "\">");
     out->inwhitespace() = 0;
-    if (!rest.contains(',')) break;
-    rest = rest.after(",");
   }
   return StateHandled;
 }

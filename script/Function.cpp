@@ -11,13 +11,10 @@ int Function::CallFunction(ScriptParser* parser, VariableTree* locals, String& r
 }
 
 void Function::SetParameters(const String& list) {
-  String rest(list);
-  for (;;) {
-    String item = rest.before(",");
+  String item;
+  for (int at = 0; NextPiece(list, ',', at, item);) {
     item.StripWhitespace();
     parameters_.Insert(new Variable(item, ""), ListTail);
-    if (!rest.contains(',')) break;
-    rest = rest.after(",");
   }
 }
 

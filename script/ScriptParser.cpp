@@ -147,13 +147,10 @@ const TagRow* FindRow(const String& name) {
 // Calls visit on each comma-separated word of list, stripped.
 template <class F>
 void ForEachWord(const String& list, F visit) {
-  String rest(list);
-  for (;;) {
-    String word = rest.before(",");
+  String word;
+  for (int at = 0; NextPiece(list, ',', at, word);) {
     word.StripWhitespace();
     visit(word);
-    if (!rest.contains(',')) return;
-    rest = rest.after(",");
   }
 }
 
