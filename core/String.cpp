@@ -38,8 +38,9 @@ void String::Reserve(int n) {
 
 String& String::assign(const char* text, int length) {
   if (text == nullptr) text = "";
-  if (length == -1) length = (int)strlen(text);
+  if (length == -1) length = (int)strnlen(text, kMaxLength);
   if (length < 0) length = 0;
+  if (length > kMaxLength) length = kMaxLength;
   if (length == 0) {
     if (buffer_ != nullptr) buffer_[0] = 0;
     length_ = 0;
@@ -71,7 +72,8 @@ String& String::assign(char c) {
 
 String& String::cat(const char* text, int length) {
   if (text == nullptr) return *this;
-  if (length == -1) length = (int)strlen(text);
+  if (length == -1) length = (int)strnlen(text, kMaxLength);
+  if (length > kMaxLength - length_) length = kMaxLength - length_;
   if (length <= 0) return *this;
   if (length_ + length >= capacity_) {
     if (text >= buffer_ && text < buffer_ + length_) {
@@ -88,6 +90,7 @@ String& String::cat(const char* text, int length) {
 
 // Grows by one quantum at a time, as character-by-character building does.
 String& String::cat(char c) {
+  if (length_ >= kMaxLength) return *this;
   if (length_ + 1 >= capacity_) Reserve(capacity_ - 1 + String::kQuantum);
   buffer_[length_++] = c;
   buffer_[length_] = 0;
@@ -274,6 +277,7 @@ int String::gsub(const char* pattern, const char* replacement) {
 }
 
 String String::padl(int width, char c) const {
+  if (width > kMaxLength) width = kMaxLength;
   String s(*this);
   if (s.length_ >= width) return s;
   String pad;
@@ -283,6 +287,7 @@ String String::padl(int width, char c) const {
 }
 
 String String::padr(int width, char c) const {
+  if (width > kMaxLength) width = kMaxLength;
   String s(*this);
   while (s.length_ < width) s.cat(c);
   return s;

@@ -7,6 +7,9 @@
 class String {
  public:
   enum { kQuantum = 24 };
+  // The longest text a String holds; what would go past it is dropped, so
+  // that no length arithmetic can overflow.
+  enum { kMaxLength = 1 << 30 };
 
   String();
   String(const char* text, int length = -1);
