@@ -14,7 +14,7 @@ Tag::Tag(Tag* other)
     attributes_.Insert(new NameValuePair(*p), ListTail);
 }
 
-void Tag::AddNameValuePair(const char* name, const char* value, int required) {
+void Tag::AddNameValuePair(const String& name, const String& value, int required) {
   attributes_.Insert(new NameValuePair(name, value, required), ListTail);
 }
 

@@ -16,7 +16,7 @@ class Tag : public String {
   explicit Tag(Tag* other);
   Tag& operator=(const Tag&) = delete;
 
-  void AddNameValuePair(const char* name, const char* value, int required);
+  void AddNameValuePair(const String& name, const String& value, int required);
   NameValuePair* Find(const char* name) { return attributes_.Find(name); }
   // The value of the attribute, empty when it is absent.
   String Value(const char* name);
