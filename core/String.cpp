@@ -24,6 +24,18 @@ String& String::operator=(const String& other) {
   return assign(other.buffer_, other.length_);
 }
 
+String& String::operator=(String&& other) noexcept {
+  if (this == &other) return *this;
+  delete[] buffer_;
+  buffer_ = other.buffer_;
+  capacity_ = other.capacity_;
+  length_ = other.length_;
+  other.buffer_ = nullptr;
+  other.capacity_ = 0;
+  other.length_ = 0;
+  return *this;
+}
+
 // Makes room for n characters and the terminator, keeping the text.
 void String::Reserve(int n) {
   if (n + 1 <= capacity_) return;

@@ -14,8 +14,15 @@ class String {
   String();
   String(const char* text, int length = -1);
   String(const String& other);
+  // Moving hands the buffer over; the source is left empty.
+  String(String&& other) noexcept : buffer_(other.buffer_), capacity_(other.capacity_), length_(other.length_) {
+    other.buffer_ = nullptr;
+    other.capacity_ = 0;
+    other.length_ = 0;
+  }
   ~String();
   String& operator=(const String& other);
+  String& operator=(String&& other) noexcept;
   String& operator=(const char* text) { return assign(text, -1); }
 
   String& assign(const char* text, int length = -1);

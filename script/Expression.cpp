@@ -120,7 +120,7 @@ int ExpressionTree::ResolveNode(ExpressionNode* node, String& result) {
   if (node->left != nullptr && !ResolveNode(node->left, left)) return 0;
   if (node->right != nullptr && !ResolveNode(node->right, right)) return 0;
   if (node->data == nullptr) {
-    result = left;
+    result = static_cast<String&&>(left);
     return 1;
   }
   if (node->data->IsOperator()) {

@@ -67,6 +67,15 @@ TEST(String, AssignReusesStorageAndHandlesItsOwnText) {
   s = String();
   EXPECT_STREQ(s, "");
   EXPECT_EQ(s.length(), 0);
+
+  String from("moved text");
+  String to(static_cast<String&&>(from));
+  EXPECT_STREQ(to, "moved text");
+  EXPECT_EQ(from.length(), 0);
+  from = static_cast<String&&>(to);
+  EXPECT_STREQ(from, "moved text");
+  from.cat('!');
+  EXPECT_STREQ(from, "moved text!");
 }
 
 TEST(String, EmbeddedNulSurvivesAssignAndCat) {
