@@ -8,8 +8,16 @@
 
 #include <vector>
 
-// Key comparison of the trees: names ignore case, numbers compare as such.
-inline int CompareKeys(const char* a, const char* b) { return strcasecmp(a, b); }
+// Key comparison of the trees: names ignore case (as strcasecmp does in the
+// C locale the engine runs in: ASCII letters only), numbers compare as such.
+inline int CompareKeys(const char* a, const char* b) {
+  for (;; a++, b++) {
+    unsigned ca = (unsigned char)*a, cb = (unsigned char)*b;
+    if (ca - 'A' < 26u) ca += 'a' - 'A';
+    if (cb - 'A' < 26u) cb += 'a' - 'A';
+    if (ca != cb || ca == 0) return (int)ca - (int)cb;
+  }
+}
 inline int CompareKeys(int a, int b) { return a < b ? -1 : a > b ? 1 : 0; }
 
 template <class T, class K = const char*>

@@ -108,3 +108,13 @@ TEST(NameValuePair, RemoveQuotes) {
   r.RemoveQuotes();
   EXPECT_STREQ(r.value, "plain\\\"");
 }
+
+TEST(SplayTree, KeyOrderIsThatOfStrcasecmp) {
+  const char* keys[] = {"", "a", "A", "ab", "aB", "b", "_x", "[", "`", "Z", "z", "\xe9t\xe9", "\xc9T", "a\x7f"};
+  for (const char* a : keys)
+    for (const char* b : keys) {
+      int mine = CompareKeys(a, b), theirs = strcasecmp(a, b);
+      EXPECT_EQ(mine < 0, theirs < 0) << a << " " << b;
+      EXPECT_EQ(mine == 0, theirs == 0) << a << " " << b;
+    }
+}
