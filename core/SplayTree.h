@@ -116,27 +116,23 @@ class SplayTree {
     root_ = t;
   }
 
-  // Both walks keep their own stack: a tree filled in key order is a
-  // chain as long as it holds elements.
   void Free(Node* node) {
-    std::vector<Node*> pending;
-    while (node != nullptr || !pending.empty()) {
-      if (node != nullptr) {
-        pending.push_back(node);
-        node = node->left;
-        continue;
-      }
-      node = pending.back();
-      pending.pop_back();
-      if (owns_) delete node->element;
-      Node* right = node->right;
-      delete node;
-      node = right;
-    }
+    InOrder(node, [this](Node* n) {
+      if (owns_) delete n->element;
+      delete n;
+    });
   }
 
   template <class F>
   static void WalkNode(Node* node, F& visit) {
+    InOrder(node, [&visit](Node* n) { visit(n->element); });
+  }
+
+  // Visits the nodes in key order with a stack of its own, since a tree
+  // filled in key order is a chain as long as it holds elements. The
+  // visitor may delete the node it is given.
+  template <class F>
+  static void InOrder(Node* node, F visit) {
     std::vector<Node*> pending;
     while (node != nullptr || !pending.empty()) {
       if (node != nullptr) {
@@ -146,8 +142,9 @@ class SplayTree {
       }
       node = pending.back();
       pending.pop_back();
-      visit(node->element);
-      node = node->right;
+      Node* right = node->right;
+      visit(node);
+      node = right;
     }
   }
 

@@ -167,14 +167,8 @@ int WHILEState::EvaluateExpression() {
   return result;
 }
 
-int WHILEState::Continue() {
-  int result = EvaluateExpression();
-  if (result == StateLeave) {
-    // The body is passed over: ExitState skips it.
-    done_ = 0;
-  }
-  return result;
-}
+// A false first test leaves done_ clear, so that ExitState skips the body.
+int WHILEState::Continue() { return EvaluateExpression(); }
 
 int WHILEState::ProcessTag(Tag* tag) {
   if (tag->id() == tag_->closingid()) {
