@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "host/Config.h"
+#include "core/Config.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "core/Sorn.h"
-#include "host/Config.h"
+#include "core/Config.h"
 #include "host/MultipartFormDataParser.h"
 #include "host/URLEncodedParser.h"
 #include "host/UploadCallbacks.h"

@@ -12,7 +12,7 @@
 
 #include "core/Output.h"
 #include "host/CGISorn.h"
-#include "host/Config.h"
+#include "core/Config.h"
 #include "script/Variable.h"
 #include "script/Variables.h"
 

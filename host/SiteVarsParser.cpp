@@ -2,17 +2,18 @@
 
 #include "core/Buffer.h"
 #include "core/Sorn.h"
+#include "script/Parser.h"
 
 int SiteVarsParser::GetNextLine(String& line) {
   line = String();
   for (;;) {
     int c = buffer_->GetNextChar();
-    if (c == -1) return 4;
+    if (c == -1) return ScanEndOfFile;
     if (c == '\r') continue;
-    if (c == '\n') return 2;
+    if (c == '\n') return ScanContinue;
     if (c == '\\') {
       c = buffer_->GetNextChar();
-      if (c == -1) return 4;
+      if (c == -1) return ScanEndOfFile;
       if (c == '\n') continue;
     }
     line.cat((char)c);
@@ -21,7 +22,7 @@ int SiteVarsParser::GetNextLine(String& line) {
 
 int SiteVarsParser::Parse() {
   String line;
-  while (GetNextLine(line) == 2) {
+  while (GetNextLine(line) == ScanContinue) {
     if (line.empty() || line[0] == '#') continue;
     String name = line.before("=");
     name.StripWhitespace();

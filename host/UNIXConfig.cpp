@@ -5,6 +5,7 @@
 #include "core/Buffer.h"
 #include "core/Error.h"
 #include "core/Sorn.h"
+#include "host/SiteVarsParser.h"
 #include "host/UNIXConfigParser.h"
 #include "script/Variable.h"
 #include "script/Variables.h"
@@ -92,4 +93,16 @@ int UNIXConfig::ReadUserSiteVars() {
     return 1;
   }
   return ReadSiteVarsFile(sorn_, resolved, 0);
+}
+
+int UNIXConfig::ReadSiteVarsFile(Sorn* sorn, const String& path, int required) {
+  Buffer buffer(sorn, 8192);
+  if (!buffer.Open(path, path)) {
+    if (!required) return 0;
+    sorn->Error(ConfigurationError(this, "Error opening sitevars file"));
+    return 1;
+  }
+  SiteVarsParser parser(sorn, &buffer);
+  parser.Parse();
+  return 0;
 }

@@ -2,7 +2,7 @@
 #ifndef SORN_HOST_UNIXCONFIG_H
 #define SORN_HOST_UNIXCONFIG_H
 
-#include "host/Config.h"
+#include "core/Config.h"
 
 class UNIXConfig : public Config {
  public:
@@ -19,6 +19,7 @@ class UNIXConfig : public Config {
   // failure (reported).
   int ReadSiteVars();
   int ReadUserSiteVars();
+  int ReadSiteVarsFile(Sorn* sorn, const String& path, int required) override;
 
   String virtualhost;
   String currentdirectory;

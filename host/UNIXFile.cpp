@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "host/UNIXFileManager.h"
 
 UNIXFile::~UNIXFile() {
   if (fd_ >= 0) close(fd_);
@@ -16,7 +15,7 @@ void UNIXFile::Fail() { Error(strerror(errno)); }
 
 int UNIXFile::Open(const String& path, int mode) {
   if (fd_ >= 0) Close();
-  fd_ = open(path.chars(), UNIXFileManager::OpenMode(mode), 0600);
+  fd_ = open(path.chars(), OpenMode(mode), 0600);
   if (fd_ < 0) {
     Fail();
     return 0;
@@ -92,4 +91,19 @@ int UNIXFile::Release(long offset, long length) {
   lock.l_start = offset;
   lock.l_len = length;
   return fcntl(fd_, F_SETLK, &lock);
+}
+
+int UNIXFile::OpenMode(int mode) {
+  int flags;
+  if ((mode & FileRead) && (mode & FileWrite))
+    flags = O_RDWR;
+  else if (mode & FileWrite)
+    flags = O_WRONLY;
+  else
+    flags = O_RDONLY;
+  if (mode & FileCreate) flags |= O_CREAT;
+  if (mode & FileTruncate) flags |= O_TRUNC;
+  if (mode & FileAppend) flags |= O_APPEND;
+  if (mode & FileExclusive) flags |= O_EXCL;
+  return flags;
 }

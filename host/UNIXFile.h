@@ -24,6 +24,8 @@ class UNIXFile : public File {
   virtual int Open(const String& path, int mode);
   virtual int Close();
   int fd() const { return fd_; }
+  // The open-mode bits as open(2) flags.
+  static int OpenMode(int mode);
 
  private:
   void Fail();

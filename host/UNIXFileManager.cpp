@@ -23,20 +23,6 @@ String WithoutTrailingSlash(const String& path) {
 
 }  // namespace
 
-int UNIXFileManager::OpenMode(int mode) {
-  int flags;
-  if ((mode & FileRead) && (mode & FileWrite))
-    flags = O_RDWR;
-  else if (mode & FileWrite)
-    flags = O_WRONLY;
-  else
-    flags = O_RDONLY;
-  if (mode & FileCreate) flags |= O_CREAT;
-  if (mode & FileTruncate) flags |= O_TRUNC;
-  if (mode & FileAppend) flags |= O_APPEND;
-  if (mode & FileExclusive) flags |= O_EXCL;
-  return flags;
-}
 
 int UNIXFileManager::Fail() {
   Error(strerror(errno));
@@ -139,7 +125,7 @@ int UNIXFileManager::ChangeMode(const String& path, int mode) {
 }
 
 File* UNIXFileManager::MakeTemporary(String& prefix, String& name, int mode) {
-  const int flags = OpenMode(mode | FileCreate | FileExclusive);
+  const int flags = UNIXFile::OpenMode(mode | FileCreate | FileExclusive);
   for (long counter = 1; counter <= 0x7FFFFFFFL; counter++) {
     char suffix[16];
     snprintf(suffix, sizeof suffix, "%08lX", counter);

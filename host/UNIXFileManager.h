@@ -27,8 +27,6 @@ class UNIXFileManager : public FileManager {
   int GetOwnerUID(const String& path) override;
   int FollowPath(String& path, int allowlinks, int allowotherowner) override;
 
-  // The open-mode bits as open(2) flags.
-  static int OpenMode(int mode);
 
  private:
   // Stores strerror(errno) and returns -1.

@@ -239,7 +239,7 @@ int ExpressionFunction::GetTokenizedParameterList(ScriptParser* parser, const St
 
 int ExpressionFunction::CheckFunctionCall(ScriptParser* parser) {
   function_ = parser->FindFunction(name_);
-  if (function_ == nullptr && parser->ScanForFunction(name_) == 1) function_ = parser->FindFunction(name_);
+  if (function_ == nullptr && parser->ScanForFunction(name_) == ScanDone) function_ = parser->FindFunction(name_);
   if (function_ == nullptr) {
     parser->ExpressionError("Call to undefined function '" + name_ + "'");
     return 0;

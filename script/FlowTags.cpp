@@ -52,7 +52,7 @@ int SkipBody(ScriptParser* parser, int opening, int withelse, int* found) {
   if (withelse && opening == TagSnIF) targets.Insert(new Tag("SnELSE", TagSnELSE, -1));
   Tag* tag = nullptr;
   int result = parser->FindTag(&tag, &targets);
-  if (result == 4)
+  if (result == ScanEndOfFile)
     parser->SyntaxError(String("Unexpected end of file looking for &lt;") + body->closing + "&gt;");
   if (tag != nullptr) *found = tag->id();
   delete tag;
@@ -79,7 +79,7 @@ int ScriptState::ProcessSnIF(Tag* tag) {
 int IFState::SkipTo(int withelse) {
   int id = 0;
   int result = SkipBody(parser_, tag_->id(), withelse, &id);
-  if (result != 1) return StateFailure;
+  if (result != ScanDone) return StateFailure;
   return id == TagSnELSE ? StateHandled : StateLeave;
 }
 
@@ -187,7 +187,7 @@ int WHILEState::ProcessTag(Tag* tag) {
 int WHILEState::ExitState() {
   if (done_) return StateHandled;
   int id = 0;
-  return SkipBody(parser_, tag_->id(), 0, &id) == 1 ? StateHandled : StateFailure;
+  return SkipBody(parser_, tag_->id(), 0, &id) == ScanDone ? StateHandled : StateFailure;
 }
 
 int ScriptState::ProcessSnASSIGN(Tag* tag) {

@@ -5,7 +5,7 @@
 #include "core/Buffer.h"
 #include "core/Error.h"
 #include "core/Sorn.h"
-#include "host/Config.h"
+#include "core/Config.h"
 #include "script/ErrorHandler.h"
 #include "script/Expression.h"
 #include "script/Module.h"
@@ -99,11 +99,11 @@ int ScriptState::ProcessSnFUNCTION(Tag* tag) {
   Tag* found = nullptr;
   int result = parser_->FindTag(&found, &targets);
   delete found;
-  if (result == 4) {
+  if (result == ScanEndOfFile) {
     parser_->SyntaxError("Unexpected end of file looking for &lt;/SnFUNCTION&gt;");
     return StateFailure;
   }
-  return result == 1 ? StateHandled : StateFailure;
+  return result == ScanDone ? StateHandled : StateFailure;
 }
 
 int ScriptParser::ScanForFunction(const String& name) {
@@ -116,10 +116,10 @@ int ScriptParser::ScanForFunction(const String& name) {
   for (;;) {
     Tag* found = nullptr;
     result = FindTag(&found, &targets);
-    if (result != 1) break;
+    if (result != ScanDone) break;
     if (!ValidateTag(model, found) || !basestate_->ProcessTag(found)) {
       delete found;
-      result = 0;
+      result = ScanFailure;
       break;
     }
     bool hit = found->Value("NAME").matches(name);
@@ -128,7 +128,7 @@ int ScriptParser::ScanForFunction(const String& name) {
   }
   line_ = line;
   buffer_->Seek(position);
-  return result == 1 ? 1 : result == 4 ? 4 : 0;
+  return result == ScanDone || result == ScanEndOfFile ? result : ScanFailure;
 }
 
 int ScriptParser::PushFunctionCall() {
@@ -163,8 +163,8 @@ int ScriptParser::CallFunction(Function* function, VariableTree* locals, String&
       delete top;
     }
   }
-  if (status != ScanEndOfFile && status != ScanStop && status != ScanFailure) status = 1;
-  if (status == 1) {
+  if (status != ScanEndOfFile && status != ScanStop && status != ScanFailure) status = ScanDone;
+  if (status == ScanDone) {
     if (!functionreturn_.empty())
       result = functionreturn_;
     else

@@ -2,7 +2,7 @@
 
 #include "core/FileManager.h"
 #include "core/Sorn.h"
-#include "host/Config.h"
+#include "core/Config.h"
 #include "script/MacroExpander.h"
 #include "script/ScriptParser.h"
 

@@ -203,7 +203,7 @@ int Parser::FindNextTag() {
     int r = GetNextLine(line);
     if (!line.empty()) {
       int p = (line[0] == '\r' || line[0] == '\n') ? ProcessNewLine(line) : ProcessText(line);
-      if (p != 1) return p;
+      if (p != ScanDone) return p;
     }
     if (r == ScanContinue) continue;
     if (r != ScanStop) return r;
@@ -221,7 +221,7 @@ int Parser::FindNextTag() {
     if (comment == ScanFailure) return ScanFailure;
     if (comment == HTMLComment) {
       int p = ProcessUnknownTag(raw);
-      if (p != 1) return p;
+      if (p != ScanDone) return p;
     }
     if (comment != NoComment) continue;
 
@@ -231,14 +231,14 @@ int Parser::FindNextTag() {
       int result = ReadTag(model, tag, start);
       if (result) {
         result = ProcessKnownTag(tag);
-        result = result == 0 ? ScanFailure : result == 3 ? ScanStop : ScanContinue;
+        result = result == ScanFailure ? ScanFailure : result == ScanStop ? ScanStop : ScanContinue;
       }
       delete tag;
       return result;
     }
     if (!EatUntil(raw, '>', "&gt;")) return ScanFailure;
     int p = ProcessUnknownTag(raw);
-    if (p != 1) return p;
+    if (p != ScanDone) return p;
   }
 }
 

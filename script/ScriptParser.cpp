@@ -442,7 +442,7 @@ int ScriptParser::ProcessCachedTag(long start, int* result) {
   if (ok) ok = ValidateTag(entry->model, tag);
   if (ok) {
     int r = ProcessKnownTag(tag);
-    *result = r == 0 ? ScanFailure : r == 3 ? ScanStop : ScanContinue;
+    *result = r == ScanFailure ? ScanFailure : r == ScanStop ? ScanStop : ScanContinue;
   } else {
     *result = ScanFailure;
   }
@@ -451,32 +451,32 @@ int ScriptParser::ProcessCachedTag(long start, int* result) {
 }
 
 int ScriptParser::ProcessUnknownTag(String& text) {
-  if (CheckTimeout()) return 0;
+  if (CheckTimeout()) return ScanFailure;
   if (outputlevel_ & OutputHTML) {
     output_->inwhitespace() = 0;
     output_->Write(text);
   }
-  return 1;
+  return ScanDone;
 }
 
 int ScriptParser::ProcessNewLine(String& line) {
-  if (CheckTimeout()) return 0;
+  if (CheckTimeout()) return ScanFailure;
   if (outputlevel_ & OutputText) {
     if (!((outputlevel_ & OutputCompressWhitespace) && output_->inwhitespace())) output_->Write(line);
     output_->inwhitespace() = 1;
   }
-  return 1;
+  return ScanDone;
 }
 
 int ScriptParser::ProcessText(String& text) {
-  if (CheckTimeout()) return 0;
+  if (CheckTimeout()) return ScanFailure;
   return Dispatch(nullptr, &text);
 }
 
 int ScriptParser::ProcessKnownTag(Tag* tag) {
-  if (CheckTimeout()) return 0;
+  if (CheckTimeout()) return ScanFailure;
   int id = tag->id();
-  if (!(interpret_ & InterpretTags) && id != TagSORN && id != TagLOOMTEXT) return 1;
+  if (!(interpret_ & InterpretTags) && id != TagSORN && id != TagLOOMTEXT) return ScanDone;
   if (id == TagEXIT || id == TagSnEXIT) {
     for (ScriptState* state = states_.Top(); state != nullptr && state != basestate_; state = states_.Top()) {
       states_.Pop();
@@ -484,7 +484,7 @@ int ScriptParser::ProcessKnownTag(Tag* tag) {
       delete state;
       if (result == StateFailure) break;
     }
-    return 3;
+    return ScanStop;
   }
   return Dispatch(tag, nullptr);
 }
@@ -495,7 +495,7 @@ int ScriptParser::Dispatch(Tag* tag, String* text) {
     int result = tag ? state->ProcessTag(tag) : state->ProcessText(*text, outputlevel_);
     switch (result) {
       case StateFailure:
-        return 0;
+        return ScanFailure;
       case StateLeave:
         for (;;) {
           ScriptState* top = states_.Top();
@@ -504,19 +504,19 @@ int ScriptParser::Dispatch(Tag* tag, String* text) {
           bool last = top == state;
           int exit = top->ExitState();
           delete top;
-          if (exit == StateFailure) return 0;
+          if (exit == StateFailure) return ScanFailure;
           if (last) break;
         }
-        return states_.Top() == nullptr ? 3 : 1;
+        return states_.Top() == nullptr ? ScanStop : ScanDone;
       case StatePass:
         state = states_.Peek();
         if (state == nullptr) {
           SyntaxError(tag ? "Unexpected &lt;" + *tag + "&gt;" : String("Unexpected text"));
-          return 0;
+          return ScanFailure;
         }
         break;
       default:
-        return 1;
+        return ScanDone;
     }
   }
 }

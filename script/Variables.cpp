@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "core/Sorn.h"
-#include "data/Database.h"
+#include "core/Database.h"
 
 namespace {
 

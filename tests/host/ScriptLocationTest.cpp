@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "host/CGISorn.h"
-#include "host/Config.h"
+#include "core/Config.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 
 #include "core/Output.h"
 #include "host/CGISorn.h"
-#include "host/Config.h"
+#include "host/UNIXConfig.h"
 #include "script/Variables.h"
 
 class TestHost : public CGISorn {
@@ -64,7 +64,7 @@ class TestHost : public CGISorn {
   bool has(const char* name) { return vars()->Find(name) != nullptr; }
 
   std::map<std::string, std::string> headers_;
-  Config config_;
+  UNIXConfig config_{this, 0};
   std::string body_;
   size_t offset_ = 0;
   int chunk_;

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "../host/TestHost.h"
-#include "data/Database.h"
+#include "core/Database.h"
 #include "script/DynamicVariable.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "host/Config.h"
+#include "core/Config.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -6,7 +6,6 @@
 #include "core/Buffer.h"
 #include "core/Error.h"
 #include "core/Sorn.h"
-#include "host/SiteVarsParser.h"
 
 Config::Config()
     : userdir("public_lmt"),
@@ -137,14 +136,3 @@ int Config::IsValidExtension(const String& extension) {
   return 0;
 }
 
-int Config::ReadSiteVarsFile(Sorn* sorn, const String& path, int required) {
-  Buffer buffer(sorn, 8192);
-  if (!buffer.Open(path, path)) {
-    if (!required) return 0;
-    sorn->Error(ConfigurationError(this, "Error opening sitevars file"));
-    return 1;
-  }
-  SiteVarsParser parser(sorn, &buffer);
-  parser.Parse();
-  return 0;
-}

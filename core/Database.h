@@ -1,7 +1,7 @@
 // Database and DatabaseView: the abstract database and a script's view of
 // it. View operations return 0 failure, 1 done, 2 end of file.
-#ifndef SORN_DATA_DATABASE_H
-#define SORN_DATA_DATABASE_H
+#ifndef SORN_CORE_DATABASE_H
+#define SORN_CORE_DATABASE_H
 
 #include "core/List.h"
 #include "core/String.h"

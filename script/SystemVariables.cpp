@@ -2,7 +2,7 @@
 #include <cstdio>
 
 #include "core/Sorn.h"
-#include "host/Config.h"
+#include "core/Config.h"
 #include "script/DynamicVariable.h"
 #include "script/Variables.h"
 

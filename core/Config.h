@@ -1,7 +1,7 @@
 // Config: the configuration of one request, a table of keys each writing
 // one member. Several keys may write the same member.
-#ifndef SORN_HOST_CONFIG_H
-#define SORN_HOST_CONFIG_H
+#ifndef SORN_CORE_CONFIG_H
+#define SORN_CORE_CONFIG_H
 
 #include "core/String.h"
 
@@ -28,7 +28,7 @@ class Config {
   // suit the row's type (the member is then left alone).
   virtual int SetConfigValue(const String& name, const String& value);
   // 0 on success, 1 on failure.
-  virtual int ReadSiteVarsFile(Sorn* sorn, const String& path, int required);
+  virtual int ReadSiteVarsFile(Sorn* sorn, const String& path, int required) = 0;
 
   String sornroot;
   String userdir;
