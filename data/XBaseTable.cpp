@@ -608,6 +608,18 @@ long XBaseTable::WriteMemoBlock(const char* text) {
   bytes[n + 1] = kEndMark;
   if (memofile_->Lock(FileLockExclusive, 0, kMemoBlockSize) != 0) return -1;
   int ok = ReadMemoHeader();
+  if (ok) {
+    // The last text ends inside the block before the next free one, so a
+    // next free block well past the end is a damaged header; writing there
+    // would make a vast sparse file.
+    long size = memofile_->Length();
+    if (size < 0) {
+      ok = ReadFail(memofile_, memodisplayname_);
+    } else if (nextfreeblock_ * kMemoBlockSize > size + kMemoBlockSize) {
+      Fail("Error writing to", memodisplayname_, "Next free block lies beyond the end of the file");
+      ok = 0;
+    }
+  }
   if (ok && memofile_->Seek(nextfreeblock_ * kMemoBlockSize) < 0) ok = WriteFail(memofile_, memodisplayname_);
   if (ok) ok = WriteExactly(memofile_, memodisplayname_, bytes.get(), size);
   if (ok) {

@@ -197,6 +197,23 @@ TEST_F(XBaseTableDamageTest, MemoBlockNumbersOutOfRange) {
   EXPECT_EQ(t->error(), "Error reading from 's.dbt': Invalid argument");
 }
 
+TEST_F(XBaseTableDamageTest, NextFreeMemoBlockFarPastTheFileIsRefused) {
+  MakeSample();
+  std::string damaged = dbt_;
+  damaged[3] = 0x40;
+  WriteBytes("s.dbt", damaged);
+  std::unique_ptr<XBaseTable> t = Open("s.dbf");
+  ASSERT_EQ(t->Goto(1), 1);
+  t->Field("BODY")->Set("new", -1);
+  EXPECT_EQ(t->WriteMemoBlock("new"), -1);
+  EXPECT_EQ(t->error(), "Error writing to 's.dbt': Next free block lies beyond the end of the file");
+  EXPECT_EQ(Bytes("s.dbt"), damaged);
+  // The record is still written, its memo reference left as it was.
+  ASSERT_EQ(t->Update(), 1);
+  ASSERT_EQ(t->Goto(1), 1);
+  EXPECT_EQ(Data(t.get(), "BODY"), "short");
+}
+
 TEST_F(XBaseTableDamageTest, MemoWithoutEndMarkRunsToTheEndOfTheFile) {
   MakeSample();
   // The 0x1A bytes of the first text gone: it runs on through the zeros of
