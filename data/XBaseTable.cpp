@@ -22,7 +22,8 @@ const char kShortRead[] = "Unexpected end of file";
 const char kShortWrite[] = "Short write";
 
 unsigned long GetLong(const unsigned char* p) {
-  return (unsigned long)p[0] | (unsigned long)p[1] << 8 | (unsigned long)p[2] << 16 | (unsigned long)p[3] << 24;
+  return (unsigned long)p[0] | (unsigned long)p[1] << 8 | (unsigned long)p[2] << 16 |
+         (unsigned long)p[3] << 24;
 }
 
 int GetShort(const unsigned char* p) { return p[0] | p[1] << 8; }
@@ -184,7 +185,8 @@ int XBaseTable::Create(const String& path, const String& displayname, const Stri
     if (f->type() == XBaseMEMO) memo = true;
 
   Close();
-  // TODO(log): the database layer logs LogFileOpened / LogFileError ("database", "creating") around this call.
+  // TODO(log): the database layer logs LogFileOpened / LogFileError ("database", "creating") around this
+  // call.
   File* file = files->Open(path, kCreateMode);
   if (file == nullptr) {
     Fail("Error creating", displayname, files->error());
@@ -340,7 +342,8 @@ int XBaseTable::ReadTableFields() {
       return 0;
     }
     if (type == XBaseMEMO) version_ = kVersionMemo;
-    fields_.Insert(NewField(this, name, (XBaseFieldType)type, d[kLengthOffset], d[kDecimalsOffset]), ListTail);
+    fields_.Insert(NewField(this, name, (XBaseFieldType)type, d[kLengthOffset], d[kDecimalsOffset]),
+                   ListTail);
   }
   PrepareRecord();
   return 1;
@@ -392,7 +395,11 @@ long XBaseTable::RecordPosition(unsigned long recno) const {
 }
 
 int XBaseTable::Goto(long recno) {
-  if (file_ == nullptr || recno < 1 || (unsigned long)recno > recordcount_) return 0;
+  if (file_ == nullptr || recno < 1 || (unsigned long)recno > recordcount_) {
+    // Callers copy the text up: out of range is a failure with nothing to say.
+    error_ = "";
+    return 0;
+  }
   long position = RecordPosition(recno);
   if (position < 0) {
     Fail("Error reading from", displayname_, kShortRead);
@@ -437,7 +444,10 @@ int XBaseTable::RefreshHeader() {
 }
 
 int XBaseTable::Update() {
-  if (file_ == nullptr || recno_ < 1) return 0;
+  if (file_ == nullptr || recno_ < 1) {
+    error_ = "";
+    return 0;
+  }
   long position = RecordPosition(recno_);
   if (position < 0) {
     Fail("Error writing to", displayname_, kShortWrite);
@@ -491,7 +501,10 @@ int XBaseTable::Append() {
 }
 
 int XBaseTable::UpdateDeleted(int flag) {
-  if (file_ == nullptr || recno_ < 1) return 0;
+  if (file_ == nullptr || recno_ < 1) {
+    error_ = "";
+    return 0;
+  }
   long position = RecordPosition(recno_);
   if (position < 0) {
     Fail("Error writing to", displayname_, kShortWrite);

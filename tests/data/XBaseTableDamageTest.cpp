@@ -38,8 +38,8 @@ class XBaseTableDamageTest : public TableFixture {
   }
 
   static bool Known(const std::string& error) {
-    static const char* prefixes[] = {"Error reading from '",      "Error opening '",
-                                     "'s.dbf': Unsupported xBase", "'s.dbf' contains an unsupported field"};
+    static const char* prefixes[] = {"Error reading from '", "Error opening '", "'s.dbf': Unsupported xBase",
+                                     "'s.dbf' contains an unsupported field"};
     for (const char* p : prefixes)
       if (error.compare(0, strlen(p), p) == 0) return true;
     return error.empty();

@@ -1,8 +1,7 @@
 // Several processes on one table: the record locks make a reader wait for
 // a writer, and the header lock serialises appenders.
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>

@@ -58,23 +58,42 @@ int CreateTable(XBaseTable& table, const std::string& path, std::initializer_lis
 
 int Write(Sorn* sorn, const std::string& dir) {
   XBaseTable all(sorn);
-  if (CreateTable(all, dir + "/all.dbf",
-                  {new XBaseField(nullptr, "NAME", XBaseCHAR, 10, 0), new XBaseField(nullptr, "QTY", XBaseNUMBER, 5, 0),
-                   new XBaseField(nullptr, "PRICE", XBaseNUMBER, 8, 2), new XBaseField(nullptr, "BORN", XBaseDATE, 8, 0),
-                   new XBaseField(nullptr, "OK", XBaseBOOL, 1, 0), new XBaseField(nullptr, "NOTE", XBaseMEMO, 10, 0)}))
+  if (CreateTable(
+          all, dir + "/all.dbf",
+          {new XBaseField(nullptr, "NAME", XBaseCHAR, 10, 0),
+           new XBaseField(nullptr, "QTY", XBaseNUMBER, 5, 0),
+           new XBaseField(nullptr, "PRICE", XBaseNUMBER, 8, 2),
+           new XBaseField(nullptr, "BORN", XBaseDATE, 8, 0), new XBaseField(nullptr, "OK", XBaseBOOL, 1, 0),
+           new XBaseField(nullptr, "NOTE", XBaseMEMO, 10, 0)}))
     return 1;
   std::string longtext;
   for (int i = 0; i < 70; i++) longtext += "long text ";
-  if (Append(all, {{"NAME", "Lamp"}, {"QTY", "7"}, {"PRICE", "12.50"}, {"BORN", "20240301"}, {"OK", "T"},
+  if (Append(all, {{"NAME", "Lamp"},
+                   {"QTY", "7"},
+                   {"PRICE", "12.50"},
+                   {"BORN", "20240301"},
+                   {"OK", "T"},
                    {"NOTE", "A short note"}}) ||
-      Append(all, {{"NAME", "Desk chair"}, {"QTY", "120"}, {"PRICE", "-3.00"}, {"BORN", "19991231"}, {"OK", "F"},
+      Append(all, {{"NAME", "Desk chair"},
+                   {"QTY", "120"},
+                   {"PRICE", "-3.00"},
+                   {"BORN", "19991231"},
+                   {"OK", "F"},
                    {"NOTE", longtext}}) ||
-      Append(all, {{"NAME", "Gone"}, {"QTY", "1"}, {"PRICE", "0.10"}, {"BORN", ""}, {"OK", "?"},
+      Append(all, {{"NAME", "Gone"},
+                   {"QTY", "1"},
+                   {"PRICE", "0.10"},
+                   {"BORN", ""},
+                   {"OK", "?"},
                    {"NOTE", "deleted text"}}))
     return 1;
   if (!all.UpdateDeleted(1)) return Fail(all, "delete");
   if (Append(all, {{"NAME", ""}, {"QTY", ""}, {"PRICE", ""}, {"BORN", ""}, {"OK", ""}, {"NOTE", ""}}) ||
-      Append(all, {{"NAME", "Changed"}, {"QTY", "99999"}, {"PRICE", "99999.99"}, {"BORN", "20000229"}, {"OK", "T"},
+      Append(all, {{"NAME", "Changed"},
+                   {"QTY", "99999"},
+                   {"PRICE", "99999.99"},
+                   {"BORN", "20000229"},
+                   {"OK", "T"},
                    {"NOTE", "Memo v1"}}))
     return 1;
   Set(all, "NOTE", "Memo v2");
@@ -82,7 +101,8 @@ int Write(Sorn* sorn, const std::string& dir) {
 
   XBaseTable plain(sorn);
   if (CreateTable(plain, dir + "/plain.dbf",
-                  {new XBaseField(nullptr, "ID", XBaseNUMBER, 3, 0), new XBaseField(nullptr, "WORD", XBaseCHAR, 4, 0)}))
+                  {new XBaseField(nullptr, "ID", XBaseNUMBER, 3, 0),
+                   new XBaseField(nullptr, "WORD", XBaseCHAR, 4, 0)}))
     return 1;
   if (Append(plain, {{"ID", "1"}, {"WORD", "abc"}}) || Append(plain, {{"ID", "22"}, {"WORD", ""}})) return 1;
   if (!plain.UpdateDeleted(1)) return Fail(plain, "delete");
@@ -91,10 +111,14 @@ int Write(Sorn* sorn, const std::string& dir) {
 
 void PrintEscaped(const char* text) {
   for (const char* p = text; *p; p++) {
-    if (*p == '\\') fputs("\\\\", stdout);
-    else if (*p == '\t') fputs("\\t", stdout);
-    else if (*p == '\n') fputs("\\n", stdout);
-    else putchar(*p);
+    if (*p == '\\')
+      fputs("\\\\", stdout);
+    else if (*p == '\t')
+      fputs("\\t", stdout);
+    else if (*p == '\n')
+      fputs("\\n", stdout);
+    else
+      putchar(*p);
   }
 }
 
@@ -140,9 +164,10 @@ int AppendArguments(Sorn* sorn, const char* path, int argc, char** argv) {
 
 int Fill(Sorn* sorn, const char* path, long count) {
   XBaseTable table(sorn);
-  if (CreateTable(table, path,
-                  {new XBaseField(nullptr, "NAME", XBaseCHAR, 20, 0), new XBaseField(nullptr, "N", XBaseNUMBER, 8, 0),
-                   new XBaseField(nullptr, "BODY", XBaseMEMO, 10, 0)}))
+  if (CreateTable(
+          table, path,
+          {new XBaseField(nullptr, "NAME", XBaseCHAR, 20, 0), new XBaseField(nullptr, "N", XBaseNUMBER, 8, 0),
+           new XBaseField(nullptr, "BODY", XBaseMEMO, 10, 0)}))
     return 1;
   for (long i = 1; i <= count; i++) {
     std::string n = std::to_string(i);
