@@ -1,4 +1,5 @@
-// Feeds flat-file text (after one byte that picks the delimiter) through SnIMPORT with a filter, SnEXPORT of each record and an import of that export.
+// Feeds flat-file text (after one byte that picks the delimiter) through SnIMPORT with a filter, SnEXPORT of
+// each record and an import of that export.
 #include <unistd.h>
 
 #include "fuzz/FuzzHost.h"
@@ -18,8 +19,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string d = "DELIMITER=\"" + delimiter + "\"";
   std::string script = "<SnIMPORT FILE=\"f.txt\" FIELDS=\"a, b,c\" " + d +
                        " FILTER=\"{ a NE 'x' }\"><SnEXPORT FILE=\"o.txt\" FIELDS=\"c,b,a\" " + d +
-                       ">[<SnEVAL EXPR=\"{ RECNO $ a }\">]</SnIMPORT><SnIMPORT FILE=\"o.txt\" FIELDS=\"a\" " + d +
-                       "><SnIF EXPR=\"{ RECNO GT 3 }\"><SnIMPORTSTOP></SnIF></SnIMPORT>";
+                       ">[<SnEVAL EXPR=\"{ RECNO $ a }\">]</SnIMPORT><SnIMPORT FILE=\"o.txt\" FIELDS=\"a\" " +
+                       d + "><SnIF EXPR=\"{ RECNO GT 3 }\"><SnIMPORTSTOP></SnIF></SnIMPORT>";
   host.WriteFile("site/t.sn", (const uint8_t*)script.data(), script.size());
   host.Run();
   unlink((host.root + "/data/o.txt").c_str());

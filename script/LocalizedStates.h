@@ -19,7 +19,8 @@ class LocalizedState : public ScriptState {
 
   // Applies the output levels given (a named block without a level of its
   // own compresses white space); ExitState puts the old ones back.
-  LocalizedState(ScriptState* parent, Tag* tag, const String& name, const String& id, int level, int errorlevel);
+  LocalizedState(ScriptState* parent, Tag* tag, const String& name, const String& id, int level,
+                 int errorlevel);
   ~LocalizedState() override;
   // Only tokens, variants and the closing tag may stand in a block.
   int ProcessTag(Tag* tag) override;

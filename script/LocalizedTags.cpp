@@ -23,8 +23,10 @@ int ScriptState::ProcessSnLOCALIZED(Tag* tag) {
   int level = LocalizedState::kNoLevel;
   int errorlevel = LocalizedState::kNoErrorLevel;
   NameValuePair* p;
-  if ((p = tag->Find("STANDARDOUTPUTLEVEL")) != nullptr) level = ScriptParser::StandardOutputLevelValue(p->value);
-  if ((p = tag->Find("ERROROUTPUTLEVEL")) != nullptr) errorlevel = ScriptParser::ErrorOutputLevelValue(p->value);
+  if ((p = tag->Find("STANDARDOUTPUTLEVEL")) != nullptr)
+    level = ScriptParser::StandardOutputLevelValue(p->value);
+  if ((p = tag->Find("ERROROUTPUTLEVEL")) != nullptr)
+    errorlevel = ScriptParser::ErrorOutputLevelValue(p->value);
   parser_->states().Push(
       new LocalizedState(this, tag, tag->Value("NAME"), tag->Value("ID"), level, errorlevel));
   return StateHandled;
@@ -121,7 +123,8 @@ int LocalizedState::ProcessSnLOCALIZED_TEXT(Tag* tag) {
   return result == ScanDone ? StateHandled : StateFailure;
 }
 
-LocalizedTextState::LocalizedTextState(ScriptState* parent, Tag* tag, const String& name, VariableTree* tokens)
+LocalizedTextState::LocalizedTextState(ScriptState* parent, Tag* tag, const String& name,
+                                       VariableTree* tokens)
     : ScriptState(parent, tag), name_(name), savedoutput_(nullptr), capture_(nullptr), tokens_(tokens) {
   if (name_.empty()) return;
   capture_ = new StringOutput(8192);

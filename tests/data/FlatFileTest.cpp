@@ -1,5 +1,3 @@
-#include "data/FlatFile.h"
-
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -11,6 +9,7 @@
 #include <vector>
 
 #include "core/Buffer.h"
+#include "data/FlatFile.h"
 #include "tests/script/RunScript.h"
 
 namespace {
