@@ -27,7 +27,7 @@ void SetOrder(VariableList& order, const String& names) {
 }
 
 void CopyOrder(VariableList& to, const VariableList& from) {
-  // The list's cursor is its state, so walk a copy of the pointers.
+  // Walking a list moves its cursor, which is all that changes in from.
   VariableList& source = const_cast<VariableList&>(from);
   for (Variable* v = source.First(); v != nullptr; v = source.Next())
     to.Insert(new Variable(v->name(), v->value()), ListTail);
