@@ -9,7 +9,6 @@
 #include "core/Sorn.h"
 #include "script/Expression.h"
 #include "script/FlowStates.h"
-#include "script/MacroExpander.h"
 #include "script/ScriptParser.h"
 #include "script/Tag.h"
 #include "script/TagIds.h"
@@ -133,38 +132,10 @@ WHILEState::WHILEState(ScriptState* parent, Tag* tag, const String& name)
       name_(name) {}
 
 int WHILEState::EvaluateExpression() {
-  Buffer* buffer = parser_->buffer();
-  long saved = buffer->CurrentFilePosition();
-  int line = parser_->line();
-  parser_->SetLine(expressionline_);
-  // A condition of one line without a macro reads the same every round.
-  Expression* cached = parser_->Cacheable() ? parser_->cache().FindCondition(expressionposition_) : nullptr;
-  Expression* expression = cached;
-  int parsed = 1;
-  if (expression == nullptr) {
-    buffer->Seek(expressionposition_);
-    expression = new Expression(parser_);
-    long attempts = parser_->expander()->attempts();
-    parsed = expression->GetNextExpression(' ', '>', '"', 1);
-    if (parsed && parser_->Cacheable() && attempts == parser_->expander()->attempts() &&
-        parser_->line() == expressionline_) {
-      parser_->cache().StoreCondition(expressionposition_, expression);
-      cached = parser_->cache().FindCondition(expressionposition_);
-      if (cached != expression) expression = cached;
-    } else {
-      cached = nullptr;
-    }
-  }
-  int result = StateFailure;
   String value;
-  if (parsed && expression->Resolve(value)) {
-    if (!name_.empty()) parser_->vars()->SetVariable(name_, value);
-    result = Expression::IsTrue(value) ? StateHandled : StateLeave;
-  }
-  if (cached == nullptr) delete expression;
-  buffer->Seek(saved);
-  parser_->SetLine(line);
-  return result;
+  if (!parser_->EvaluateAt(expressionposition_, expressionline_, value)) return StateFailure;
+  if (!name_.empty()) parser_->vars()->SetVariable(name_, value);
+  return Expression::IsTrue(value) ? StateHandled : StateLeave;
 }
 
 // A false first test leaves done_ clear, so that ExitState skips the body.

@@ -167,6 +167,7 @@ ScriptParser::ScriptParser(Sorn* sorn, MacroExpander* expander, ScriptParser* pa
     : Parser(sorn, expander),
       parent_(parent),
       output_(sorn->output()),
+      flatfile_(nullptr),
       errorhandler_(parent ? new ErrorHandler(parent->errorhandler_) : new ErrorHandler(sorn, this)),
       lookahead_(-1),
       basestate_(new ScriptState(this, nullptr)),
@@ -183,7 +184,9 @@ ScriptParser::ScriptParser(Sorn* sorn, MacroExpander* expander, ScriptParser* pa
 }
 
 ScriptParser::~ScriptParser() {
+  // States may hold the shared flat file: they go first.
   states_.Dump();
+  DeleteFlatFile();
   delete errorhandler_;
 }
 
@@ -322,6 +325,9 @@ int ScriptParser::GetNameValuePairs(Tag* tag) {
       tag->AddNameValuePair("", text, 0);
       return ScanStop;
     }
+    case TagIMPORT:
+    case TagEXPORT:
+      return GetFlatFileNameValuePairs(tag);
     case TagWHILE: {
       tag->SetPosition(buffer_->CurrentFilePosition(), line_);
       String text;
@@ -334,6 +340,60 @@ int ScriptParser::GetNameValuePairs(Tag* tag) {
     default:
       return Parser::GetNameValuePairs(tag);
   }
+}
+
+int ScriptParser::GetFlatFileNameValuePairs(Tag* tag) {
+  int result;
+  while ((result = GetNextFlatFileNameValuePair(tag)) == ScanContinue) {
+  }
+  return result;
+}
+
+// name | name=value | WHERE expression>
+int ScriptParser::GetNextFlatFileNameValuePair(Tag* tag) {
+  String white;
+  String eof = "Unexpected end of file in &lt;" + *tag + "&gt;";
+  if (EatWhitespace(white) == ScanEndOfFile) {
+    ScanError(eof);
+    return ScanFailure;
+  }
+  int c = buffer_->GetNextChar();
+  if (c == '>') return ScanStop;
+  String name;
+  for (; c != -1 && c != '>' && c != '=' && !IsWhite(c); c = buffer_->GetNextChar()) name.cat((char)c);
+  if (c == -1) {
+    ScanError(eof);
+    return ScanFailure;
+  }
+  buffer_->UnGetChar();
+  if (name.matches("WHERE")) {
+    tag->AddNameValuePair(name, String(), 0);
+    tag->SetPosition(buffer_->CurrentFilePosition(), line_);
+    String rest;
+    return EatUntil(rest, '>', "&gt;") ? ScanStop : ScanFailure;
+  }
+  if (EatWhitespace(white) == ScanEndOfFile) {
+    ScanError(eof);
+    return ScanFailure;
+  }
+  c = buffer_->GetNextChar();
+  if (c == '>') {
+    tag->AddNameValuePair(name, name, 0);
+    return ScanStop;
+  }
+  if (c != '=') {
+    buffer_->UnGetChar();
+    tag->AddNameValuePair(name, name, 0);
+    return ScanContinue;
+  }
+  if (EatWhitespace(white) == ScanEndOfFile) {
+    ScanError(eof);
+    return ScanFailure;
+  }
+  String value;
+  int result = GetValue(tag, name, value);
+  if (result) tag->AddNameValuePair(name, value, 0);
+  return result;
 }
 
 int ScriptParser::GetValue(Tag* tag, const String& name, String& value) {
@@ -402,6 +462,34 @@ int ScriptParser::ProcessEmptyValue(Tag* tag, const String& name, String& value)
 }
 
 int ScriptParser::Cacheable() { return ExpandMacros() && !buffer_->inmacro(); }
+
+int ScriptParser::EvaluateAt(long position, int line, String& value) {
+  long saved = buffer_->CurrentFilePosition();
+  int savedline = line_;
+  line_ = line;
+  // An expression of one line without a macro reads the same every time.
+  Expression* cached = Cacheable() ? cache_.FindCondition(position) : nullptr;
+  Expression* expression = cached;
+  int parsed = 1;
+  if (expression == nullptr) {
+    buffer_->Seek(position);
+    expression = new Expression(this);
+    long attempts = expander()->attempts();
+    parsed = expression->GetNextExpression(' ', '>', '"', 1);
+    if (parsed && Cacheable() && attempts == expander()->attempts() && line_ == line) {
+      cache_.StoreCondition(position, expression);
+      cached = cache_.FindCondition(position);
+      if (cached != expression) expression = cached;
+    } else {
+      cached = nullptr;
+    }
+  }
+  int result = parsed && expression->Resolve(value);
+  if (cached == nullptr) delete expression;
+  buffer_->Seek(saved);
+  line_ = savedline;
+  return result;
+}
 
 // Only tags of one line are kept, so that line numbers inside them (in
 // messages, and where a call returns) stay what reading would give.

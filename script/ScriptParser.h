@@ -11,6 +11,7 @@
 #include "script/TagCache.h"
 
 class ErrorHandler;
+class FlatFile;
 class MacroExpander;
 class Output;
 class ScriptState;
@@ -47,6 +48,12 @@ class ScriptParser : public Parser {
   int ProcessCachedTag(long start, int* result) override;
   int ReadTag(Tag* model, Tag* tag, long start) override;
   virtual void SetupBuiltinFunctions();
+  // The attributes of the older IMPORT and EXPORT: names may stand bare
+  // (their value is their name), and WHERE ends the tag, its expression
+  // left unread with its position kept in the tag. Results as
+  // GetNameValuePairs.
+  virtual int GetFlatFileNameValuePairs(Tag* tag);
+  virtual int GetNextFlatFileNameValuePair(Tag* tag);
 
   void SetTagDetect(int on);
   void SetExpandMacros(int on);
@@ -82,6 +89,10 @@ class ScriptParser : public Parser {
   void PopFunctionCall() { depth_--; }
   String& functionreturn() { return functionreturn_; }
 
+  // The flat file that the older IMPORT and EXPORT share for the whole
+  // parser, made on first use. It lives in data/, beside FlatFile.
+  FlatFile* flatfile();
+
   Stack<ScriptState>& states() { return states_; }
   ScriptState* basestate() { return basestate_; }
   Variables* vars() { return vars_; }
@@ -92,14 +103,23 @@ class ScriptParser : public Parser {
   // Whether text read from now on can be kept: macros are expanded and the
   // buffer is not inside a macro's value.
   int Cacheable();
+  // Reads the expression that stands at position in the script (a loop's
+  // condition, an import's filter) and resolves it into value, then goes
+  // back to where the scan was. Messages name the given line. 1, or 0
+  // after a reported error.
+  int EvaluateAt(long position, int line, String& value);
 
  private:
   ScriptParser(Sorn* sorn, MacroExpander* expander, ScriptParser* parent);
   // Offers text or a tag to the states from the top down.
   int Dispatch(Tag* tag, String* text);
 
+  // Defined beside FlatFile, so that this layer needs only its name.
+  void DeleteFlatFile();
+
   ScriptParser* parent_;
   Output* output_;
+  FlatFile* flatfile_;
   ErrorHandler* errorhandler_;
   int lookahead_;
   String functionreturn_;

@@ -45,12 +45,9 @@ int ScriptState::ProcessTag(Tag* tag) {
     case TagFILE:
     case TagMAIL:
     case TagLOOMTEXT:
-    case TagSnIMPORT:
-    case TagSnEXPORT:
     case TagSnCOMMERCE:
     case TagSnSMTP:
     case TagSnPOP:
-    case TagSnLOCALIZED:
     case TagSnOPEN:
     case TagSnCLOSE:
     case TagSnSKIP:
@@ -74,6 +71,12 @@ int ScriptState::ProcessTag(Tag* tag) {
       return NotAvailable(tag);
     case TagSORN:
       return ProcessSORN(tag);
+    case TagSnIMPORT:
+      return ProcessSnIMPORT(tag);
+    case TagSnEXPORT:
+      return ProcessSnEXPORT(tag);
+    case TagSnLOCALIZED:
+      return ProcessSnLOCALIZED(tag);
     case TagSnASSIGN:
       return ProcessSnASSIGN(tag);
     case TagSnEVAL:

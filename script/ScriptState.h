@@ -52,6 +52,11 @@ class ScriptState {
   // Functions and modules.
   int ProcessSnFUNCTION(Tag* tag);
   int ProcessSnDO(Tag* tag);
+  // Flat files; defined in data/, beside FlatFile.
+  int ProcessSnIMPORT(Tag* tag);
+  int ProcessSnEXPORT(Tag* tag);
+  // Localized text.
+  int ProcessSnLOCALIZED(Tag* tag);
   // Tags whose subsystems are not in the engine yet.
   int NotAvailable(Tag* tag);
 
