@@ -38,10 +38,10 @@ void bi_time_t_dayofyear(Sorn*, VariableTree* p, String& r) { r = Decimal(SplitI
 
 // Hours east of UTC, less one while daylight time is on.
 void bi_timezone(Sorn*, VariableTree*, String& result) {
+  tzset();
   time_t now = time(nullptr);
   struct tm parts = {};
   localtime_r(&now, &parts);
-  tzset();
   long west = ::timezone - (parts.tm_isdst > 0 ? 3600 : 0);
   result = Decimal(-(west / 3600));
 }
