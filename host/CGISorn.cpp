@@ -11,6 +11,7 @@
 #include "core/Output.h"
 #include "host/UNIXConfig.h"
 #include "host/UNIXFileManager.h"
+#include "host/UNIXLogFile.h"
 #include "script/Variable.h"
 #include "script/Variables.h"
 
@@ -33,6 +34,7 @@ CGISorn::CGISorn(int argc, char** argv)
       pathenv_(nullptr),
       signalled_(0),
       config_(nullptr),
+      logfile_(nullptr),
       filemanager_(new UNIXFileManager(this)),
       output_(new StandardOutput(8192)),
       scriptuid_(-1),
@@ -62,6 +64,7 @@ CGISorn::CGISorn(int argc, char** argv)
 CGISorn::~CGISorn() {
   delete output_;
   delete filemanager_;
+  delete logfile_;
   delete config_;
   if (pathenv_ != nullptr) {
     putenv((char*)"PATH=");
@@ -72,6 +75,7 @@ CGISorn::~CGISorn() {
 
 Config* CGISorn::config() { return config_; }
 FileManager* CGISorn::filemanager() { return filemanager_; }
+LogFile* CGISorn::logfile() { return logfile_; }
 Output* CGISorn::output() { return output_; }
 String CGISorn::lasterror() { return strerror(errno); }
 

@@ -11,6 +11,7 @@
 #include "host/CGISorn.h"
 #include "host/UNIXConfig.h"
 #include "host/UNIXFileManager.h"
+#include "host/UNIXLogFile.h"
 #include "script/Module.h"
 #include "script/Variable.h"
 
@@ -149,7 +150,19 @@ int CGISorn::GetScriptInformation(String& path, String& name) {
   return 1;
 }
 
-int CGISorn::ProcessConfiguration(const String&, const String& name) { return ProcessDataDirectory(name); }
+int CGISorn::ProcessConfiguration(const String& path, const String& name) {
+  delete logfile_;
+  // The log exists on every request, so that callers only test the
+  // pointer; it writes only when both keys are set.
+  logfile_ = new UNIXLogFile(this, config_->loglevel);
+  if (config_->loglevel != 0 && !config_->logfile.empty() && !logfile_->Open(config_->logfile)) {
+    Error(ConfigurationError(config_, "Unable to open log file"));
+    return 0;
+  }
+  if (!ProcessDataDirectory(name)) return 0;
+  logfile_->SetRequest(username_, scriptuid_, scriptgid_, path, datadirectory_);
+  return 1;
+}
 
 int CGISorn::ProcessDataDirectory(const String& name) {
   if (servermode_ == 1 && (int)geteuid() != scriptuid_) {
