@@ -198,3 +198,313 @@ TEST_F(LMTIndexFileTest, UniqueRefusesAnEqualKey) {
   EXPECT_EQ(Page(1), "0|2:a 0|1:b 0|3:c 0");
   EXPECT_EQ(Header(), "updates 3 pages 2 root 1 size 2048");
 }
+
+TEST_F(LMTIndexFileTest, NumbersSortByValueUnlessString) {
+  const char* keys[] = {"10", "9.5", "100", "2", "-3", "1.0", "1", ".5"};
+  Create();
+  for (int i = 0; i < 8; i++) Insert(i + 1, keys[i]);
+  EXPECT_EQ(Forward(), (std::vector<long>{5, 8, 7, 6, 4, 2, 1, 3}));
+  Create(LMTIndexString, "s.snx");
+  for (int i = 0; i < 8; i++) Insert(i + 1, keys[i]);
+  EXPECT_EQ(Forward(), (std::vector<long>{5, 8, 7, 6, 1, 3, 4, 2}));
+}
+
+TEST_F(LMTIndexFileTest, LongKeysAreCutTo99Bytes) {
+  std::string stem;
+  for (int i = 0; i < 11; i++) stem += "abcdefghij";
+  Create();
+  Insert(1, stem + "A");
+  Insert(2, stem + "B");
+  Insert(3, "abc");
+  EXPECT_EQ(Page(1), "0|3:abc 0|2:" + stem.substr(0, 99) + " 0|1:" + stem.substr(0, 99) + " 0");
+  EXPECT_EQ(Forward(), (std::vector<long>{3, 2, 1}));
+  long recno = 0;
+  ASSERT_EQ(index_._Find((stem + "A").c_str(), 1, &recno, 1), 1);
+  EXPECT_EQ(recno, 2);
+  ASSERT_EQ(index_._Find(stem.substr(0, 99).c_str(), 1, &recno, 1), 1);
+  EXPECT_EQ(recno, 2);
+  Delete(1, stem + "C");  // the key is cut before it is looked for
+  EXPECT_EQ(Forward(), (std::vector<long>{3, 2}));
+}
+
+TEST_F(LMTIndexFileTest, FindsByPrefixAndExactly) {
+  const char* keys[] = {"apple", "apricot", "banana", "band", "bandana", "cherry"};
+  Create();
+  for (int i = 0; i < 6; i++) Insert(i + 1, keys[i]);
+  struct {
+    const char* key;
+    int exact;
+    long record;
+  } finds[] = {{"ban", 0, 3}, {"ban", 1, 0},  {"band", 1, 4},      {"bandanas", 0, 0}, {"ap", 0, 1},
+               {"zz", 0, 0},  {"b", 0, 3},    {"cherry", 1, 6},    {"", 0, 1},         {"apple", 0, 1}};
+  for (auto& f : finds) {
+    long recno = -1;
+    EXPECT_EQ(index_._Find(f.key, f.exact, &recno, 1), 1);
+    EXPECT_EQ(recno, f.record) << f.key << " exact " << f.exact;
+  }
+  // A miss leaves the cursor where the key would go.
+  long recno = 0;
+  index_._Find("bb", 1, &recno, 1);
+  index_._Prev(&recno, 1);
+  EXPECT_EQ(recno, 5);
+}
+
+TEST_F(LMTIndexFileTest, DescendingPrefixFind) {
+  const char* keys[] = {"apple", "apricot", "banana", "band", "bandana", "cherry"};
+  Create(LMTIndexDescending);
+  for (int i = 0; i < 6; i++) Insert(i + 1, keys[i]);
+  EXPECT_EQ(Forward(), (std::vector<long>{6, 5, 4, 3, 2, 1}));
+  long recno = 0;
+  ASSERT_EQ(index_._Find("ban", 0, &recno, 1), 1);
+  std::vector<long> seen{recno};
+  for (int i = 0; i < 3; i++) {
+    index_._Next(&recno, 1);
+    seen.push_back(recno);
+  }
+  EXPECT_EQ(seen, (std::vector<long>{5, 4, 3, 2}));
+  index_._Last(&recno, 1);
+  EXPECT_EQ(recno, 1);
+}
+
+// Finds that end on a key in the root, in an inner page and in a leaf of a
+// three-level tree, then steps across page boundaries both ways.
+TEST_F(LMTIndexFileTest, StepsFromFindsInADeepTree) {
+  std::map<std::string, long> record;
+  std::map<long, std::string> key;
+  Create();
+  for (int i = 1; i <= 100; i++) {
+    Insert(i, ScrambledKey(i));
+    record[ScrambledKey(i)] = i;
+    key[i] = ScrambledKey(i);
+  }
+  auto walk = [&](const char* start, int exact, std::vector<int> steps) {
+    long recno = 0;
+    EXPECT_EQ(index_._Find(start, exact, &recno, 1), 1);
+    std::string text = key[recno];
+    for (int step : steps) {
+      for (int i = 0; i < (step < 0 ? -step : step); i++)
+        EXPECT_EQ(step < 0 ? index_._Prev(&recno, 1) : index_._Next(&recno, 1), 1);
+      text += " " + (recno ? key[recno] : "EOF");
+    }
+    return text;
+  };
+  EXPECT_EQ(walk("k53", 1, {1, -2}), "k53 k54 k52");
+  EXPECT_EQ(walk("k3", 1, {-1, 2}), "k3 k29 k30");
+  EXPECT_EQ(walk("k4", 0, {5, -6}), "k4 k44 k39");
+  EXPECT_EQ(walk("k87", 1, {-9, 12}), "k87 k79 k9");
+  EXPECT_EQ(walk("k99", 1, {1}), "k99 EOF");
+  EXPECT_EQ(walk("k1", 1, {-1}), "k1 EOF");
+
+  // Seek stands on one record wherever it sits.
+  for (long r : {26L, 1L, 100L, 11L, 50L}) {
+    long found = 0, recno = 0;
+    ASSERT_EQ(index_._Seek(key[r].c_str(), r, 1, &found), 1);
+    EXPECT_EQ(found, r);
+    std::vector<long> order = TextOrder(key);
+    size_t at = std::find(order.begin(), order.end(), r) - order.begin();
+    index_._Next(&recno, 1);
+    EXPECT_EQ(recno, at + 1 < order.size() ? order[at + 1] : 0) << key[r];
+    index_._Prev(&recno, 1);
+    EXPECT_EQ(recno, r);
+  }
+}
+
+// Deleting every key of a deep tree merges it back to one page; no page is
+// given back and every step leaves a sound tree.
+TEST_F(LMTIndexFileTest, DeletingEverythingKeepsThePages) {
+  std::map<long, std::string> keys;
+  Create();
+  for (int i = 1; i <= 100; i++) Insert(i, keys[i] = ScrambledKey(i));
+  long pages = index_.numpages();
+  for (int i = 100; i >= 1; i -= 3) {
+    Delete(i, keys[i]);
+    keys.erase(i);
+    ASSERT_EQ(Problems(100), "") << "after deleting " << i;
+  }
+  EXPECT_EQ(Forward(), TextOrder(keys));
+  for (auto& entry : std::map<long, std::string>(keys)) Delete(entry.first, entry.second);
+  EXPECT_EQ(index_.numpages(), pages);
+  EXPECT_EQ(Forward(), std::vector<long>{});
+  EXPECT_EQ(Problems(100), "");
+  LMTIndexChecker checker(&index_);
+  checker.Check(100);
+  EXPECT_EQ(checker.pages(), 1);
+  EXPECT_EQ(index_.updatecount(), 200);
+
+  // The last key of a one-page tree leaves the root where it was.
+  Create(0, "y.snx");
+  Insert(1, "a");
+  Delete(1, "a");
+  EXPECT_EQ(Header(), "updates 2 pages 2 root 1 size 2048");
+}
+
+TEST_F(LMTIndexFileTest, DeletingAMissingRecordChangesNothing) {
+  Create();
+  for (int i = 0; i < 20; i++) Insert(i + 1, "k" + std::to_string(i % 7));
+  std::string before = Header();
+  EXPECT_EQ(index_.Delete(3, "k4"), 0);
+  EXPECT_EQ(index_.error(), "Record is not in index");
+  EXPECT_EQ(index_.Delete(99, "k2"), 0);
+  EXPECT_EQ(index_.Delete(1, "zz"), 0);
+  EXPECT_EQ(Header(), before);
+  // Among equal keys spread over several pages the right record goes.
+  Delete(3, "k2");
+  Delete(17, "k2");
+  Delete(10, "k2");
+  EXPECT_EQ(Forward().size(), 17u);
+  EXPECT_EQ(Problems(20), "");
+}
+
+// A cursor notices through the update count that the tree changed under it,
+// whether this object or another one changed it, and finds its entry again.
+TEST_F(LMTIndexFileTest, CursorSurvivesUpdates) {
+  Create();
+  for (int i = 0; i < 26; i++) Insert(i + 1, std::string(1, 'a' + i));
+  LMTIndexFile other(&host_);
+  ASSERT_EQ(other.Open(Path().c_str(), "x.snx", FileRead | FileWrite), 1);
+  long recno = 0;
+  ASSERT_EQ(index_._Find("m", 1, &recno, 1), 1);
+  ASSERT_EQ(recno, 13);
+  for (int i = 0; i < 30; i++) ASSERT_EQ(other.Insert(100 + i, ("m" + std::to_string(i)).c_str()), 1);
+  index_._Next(&recno, 1);
+  EXPECT_EQ(recno, 100);
+  Insert(200, "m00");
+  index_._Next(&recno, 1);
+  EXPECT_EQ(recno, 200) << "m00 sorts right after m0";
+  index_._Prev(&recno, 1);
+  EXPECT_EQ(recno, 100);
+}
+
+TEST_F(LMTIndexFileTest, OpenRefusesWhatIsNotAnIndex) {
+  Create();
+  Insert(1, "a");
+  index_.Close();
+  Reopen();
+  EXPECT_EQ(Forward(), std::vector<long>{1});
+  index_.Close();
+
+  Patch(4, std::string(1, 2));
+  Reopen();  // older versions are read
+  index_.Close();
+  Patch(4, std::string(1, 4));
+  EXPECT_EQ(index_.Open(Path().c_str(), "x.snx", FileRead), 0);
+  EXPECT_EQ(index_.error(), "'x.snx' was created by a newer version of the software");
+  Patch(0, "LMTX");
+  EXPECT_EQ(index_.Open(Path().c_str(), "x.snx", FileRead), 0);
+  EXPECT_EQ(index_.error(), "'x.snx' is either corrupt or is not a valid index file");
+  EXPECT_EQ(index_.Open(Path("none.snx").c_str(), "none.snx", FileRead), 0);
+  EXPECT_EQ(index_.error(), "Error opening 'none.snx': No such file or directory");
+  EXPECT_EQ(index_.Create(Path("no/dir.snx").c_str(), "dir.snx", "", 0), 0);
+  EXPECT_EQ(index_.error(), "Error creating 'dir.snx': No such file or directory");
+  EXPECT_EQ(index_.Create(nullptr, "", "n.snx", "", 0), 0);
+  EXPECT_EQ(index_.error(), "Internal error opening 'n.snx'");
+  EXPECT_EQ(index_.Insert(1, "a"), 0);
+
+  // An empty file and a header whose geometry no page fits in.
+  FILE* f = fopen(Path("e.snx").c_str(), "w");
+  fclose(f);
+  EXPECT_EQ(index_.Open(Path("e.snx").c_str(), "e.snx", FileRead), 0);
+  EXPECT_EQ(index_.error(), "'e.snx' is either corrupt or is not a valid index file");
+}
+
+// Damaged pages: every walk and update ends with an error instead of
+// reading past a page, looping or recursing without end.
+class LMTIndexDamageTest : public IndexFixture {
+ protected:
+  // Nine keys: root 3 over pages 1 and 2.
+  void SetUp() override {
+    Create();
+    for (int i = 0; i < 9; i++) Insert(i + 1, std::string(1, 'a' + i));
+  }
+  void ExpectAllFail(const std::string& message) {
+    long recno = 0;
+    EXPECT_EQ(index_._First(&recno, 1) && index_._Last(&recno, 1) && index_._Find("z", 1, &recno, 1) &&
+                  index_.Insert(10, "z"),
+              0);
+    EXPECT_EQ(index_.error(), message.c_str());
+    EXPECT_EQ(recno, 0);
+    EXPECT_EQ(index_.Delete(1, "a"), 0);
+    EXPECT_EQ(index_.error(), message.c_str());
+  }
+};
+
+TEST_F(LMTIndexDamageTest, TooManyEntries) {
+  Patch32(1024 * 3, 10);  // (1024 - 4) / 108 is 9
+  ExpectAllFail(
+      "Error reading from 'x.snx': File is corrupt (the number of entries is larger than the maximum entries "
+      "possible).");
+  Patch32(1024 * 3, 9);  // fits in the page, though above the order
+  long recno = 0;
+  EXPECT_EQ(index_._First(&recno, 1), 1);
+}
+
+TEST_F(LMTIndexDamageTest, PageBeyondNumPages) {
+  Patch32(1024 * 3 + 4, 7);
+  ExpectAllFail("Error reading from 'x.snx': File is corrupt");
+  Patch32(13, 4);  // a root equal to numpages passes the check but is not there
+  ExpectAllFail("Error reading from 'x.snx': File is corrupt");
+}
+
+TEST_F(LMTIndexDamageTest, PageThatPointsAtItself) {
+  Patch32(1024 * 3 + 4, 3);
+  ExpectAllFail("Error reading from 'x.snx': File is corrupt");
+  Patch32(1024 * 3 + 4, 1);
+  Patch32(1024 * 1 + 4 + 2 * 108, 3);  // a leaf's child leads back to the root
+  long recno = 0;
+  EXPECT_EQ(index_._Find("c", 1, &recno, 1), 0);
+  EXPECT_EQ(index_.error(), "Error reading from 'x.snx': File is corrupt");
+  EXPECT_EQ(index_.Insert(10, "c"), 0);
+  EXPECT_EQ(index_.Delete(99, "c"), 0);
+  EXPECT_EQ(index_.error(), "Error reading from 'x.snx': File is corrupt");
+}
+
+TEST_F(LMTIndexDamageTest, GeometryThatNoPageFits) {
+  auto put16 = [&](long offset, int value) {
+    unsigned char b[2];
+    LMTIndexPage::Put16(b, value);
+    Patch(offset, std::string((const char*)b, 2));
+  };
+  // keyrecordsize, then order, each with values that would divide by zero,
+  // leave no room for a key, or let a full page overrun its last child.
+  struct {
+    long offset;
+    int value;
+  } damage[] = {{21, 0}, {21, 8}, {21, 512}, {21, 1020}, {21, 2000}, {17, 9}, {17, 1}, {17, 0}, {19, 2}};
+  for (auto& d : damage) {
+    Reopen();
+    put16(d.offset, d.value);
+    long recno = 0;
+    EXPECT_EQ(index_._First(&recno, 1), 0) << d.offset << " " << d.value;
+    EXPECT_EQ(index_.error(), "'x.snx' is either corrupt or is not a valid index file");
+    EXPECT_EQ(index_.Insert(1, "a"), 0);
+    EXPECT_EQ(index_.Delete(1, "a"), 0);
+    index_.Close();
+    EXPECT_EQ(index_.Open(Path().c_str(), "x.snx", FileRead), 0);
+    EXPECT_EQ(index_.error(), "'x.snx' is either corrupt or is not a valid index file");
+    put16(d.offset, d.offset == 21 ? 108 : d.offset == 17 ? 8 : 1024);
+  }
+  // Another geometry that pages fit in is used as it stands.
+  Reopen();
+  put16(17, 4);
+  for (int i = 0; i < 40; i++) Insert(20 + i, "n" + std::to_string(i));
+  EXPECT_EQ(Problems(), "");
+  EXPECT_EQ(Forward().size(), 49u);
+}
+
+// A leaf that lost its NUL bytes still reads as bounded text.
+TEST_F(LMTIndexDamageTest, KeysWithoutNul) {
+  for (int i = 0; i < 4; i++) Patch(1024 * 2 + 12 + i * 108, std::string(100, 'x'));
+  Patch(1024 * 3 - 8, std::string(8, 'x'));  // the page's last bytes too
+  std::vector<long> records = Forward();
+  EXPECT_EQ(records.size(), 9u);
+  EXPECT_NE(Problems(9), "");
+  EXPECT_EQ(index_.Insert(10, "z"), 1);
+}
+
+// Two children naming one page: the walk sees that page twice and ends;
+// the checker says so.
+TEST_F(LMTIndexDamageTest, PageReachedTwice) {
+  Patch32(1024 * 3 + 4 + 108, 1);
+  EXPECT_EQ(Forward(), (std::vector<long>{1, 2, 3, 4, 5, 1, 2, 3, 4}));
+  EXPECT_NE(Problems(9).find("page 3 child 1 is page 1, which is reached twice"), std::string::npos);
+}
