@@ -508,3 +508,17 @@ TEST_F(LMTIndexDamageTest, PageReachedTwice) {
   EXPECT_EQ(Forward(), (std::vector<long>{1, 2, 3, 4, 5, 1, 2, 3, 4}));
   EXPECT_NE(Problems(9).find("page 3 child 1 is page 1, which is reached twice"), std::string::npos);
 }
+
+// Many child slots naming one page would make a search that runs on to the
+// right read it again and again, level upon level: the update stops once
+// it has gone down to more pages than the file holds.
+TEST_F(LMTIndexDamageTest, SharedPagesEndTheSearch) {
+  for (int i = 0; i < 8; i++) {
+    Patch32(1024 * 3 + 4 + i * 108, 1);
+    Patch(1024 * 3 + 12 + i * 108, std::string(1, 'a' + i) + std::string(1, '\0'));
+  }
+  Patch32(1024 * 3 + 4 + 8 * 108, 1);
+  Patch32(1024 * 3, 8);
+  EXPECT_EQ(index_.Delete(99, "0"), 0);
+  EXPECT_EQ(index_.error(), "Error reading from 'x.snx': File is corrupt");
+}
