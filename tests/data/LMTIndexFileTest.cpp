@@ -77,13 +77,11 @@ TEST_F(LMTIndexFileTest, NewFileIsAHeaderAndAnEmptyRoot) {
   EXPECT_EQ(recno, 0);
   EXPECT_EQ(index_._Next(&recno, 1), 1);
   EXPECT_EQ(recno, 0);
-}
 
-TEST_F(LMTIndexFileTest, KeyExpressionIsCutToItsField) {
-  std::string longer(450, 'x');
-  ASSERT_EQ(index_.Create(Path().c_str(), "x.snx", longer.c_str(), 0), 1);
+  // The key expression is cut to its field; nothing is written behind it.
+  ASSERT_EQ(index_.Create(Path().c_str(), "x.snx", std::string(450, 'x').c_str(), 0), 1);
   EXPECT_EQ(index_.keyexpression(), std::string(400, 'x').c_str());
-  EXPECT_EQ(Bytes(427, 1024 - 427), std::string(1024 - 427, '\0'));  // nothing is written behind the header
+  EXPECT_EQ(Bytes(427, 1024 - 427), std::string(1024 - 427, '\0'));
 }
 
 TEST_F(LMTIndexFileTest, NinthKeySplitsThePage) {
@@ -97,6 +95,15 @@ TEST_F(LMTIndexFileTest, NinthKeySplitsThePage) {
   std::vector<long> back = Range(1, 9);
   std::reverse(back.begin(), back.end());
   EXPECT_EQ(Backward(), back);
+  EXPECT_EQ(Problems(9), "");
+
+  // Two key changes: a delete and an insert each.
+  Delete(2, "b");
+  Insert(2, "ee");
+  Delete(7, "g");
+  Insert(7, "a0");
+  EXPECT_EQ(Header(), "updates 13 pages 4 root 3 size 4096");
+  EXPECT_EQ(Forward(), (std::vector<long>{1, 7, 3, 4, 5, 2, 6, 8, 9}));
   EXPECT_EQ(Problems(9), "");
 }
 
@@ -135,18 +142,6 @@ TEST_F(LMTIndexFileTest, KeySequencesLeaveTheseHeaders) {
   Create(0, "r.snx");
   for (int i = 1; i <= 100; i++) Insert(i, keys[i]);
   EXPECT_EQ(Header().substr(0, 28), "updates 100 pages 21 root 13");
-}
-
-TEST_F(LMTIndexFileTest, KeyChangesInATwoLevelTree) {
-  Create();
-  for (int i = 0; i < 9; i++) Insert(i + 1, std::string(1, 'a' + i));
-  Delete(2, "b");
-  Insert(2, "ee");
-  Delete(7, "g");
-  Insert(7, "a0");
-  EXPECT_EQ(Header(), "updates 13 pages 4 root 3 size 4096");
-  EXPECT_EQ(Forward(), (std::vector<long>{1, 7, 3, 4, 5, 2, 6, 8, 9}));
-  EXPECT_EQ(Problems(9), "");
 }
 
 TEST_F(LMTIndexFileTest, EqualKeysNewestFirst) {
