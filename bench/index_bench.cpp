@@ -63,9 +63,10 @@ int main(int argc, char** argv) {
   LMTIndexChecker checker(&index);
   int problems = checker.Check(kKeys);
   unlink(path.c_str());
-  printf("index: %d keys built in %.2f s; %d finds in %.3f s, %.1f us each, %.2f pages read per find "
-         "(depth %d, %ld pages)%s\n",
-         kKeys, build, kFinds, finds, finds * 1e6 / kFinds, pages, checker.depth(), checker.pages(),
-         problems || misses ? " WRONG RESULTS" : "");
+  printf(
+      "index: %d keys built in %.2f s; %d finds in %.3f s, %.1f us each, %.2f pages read per find "
+      "(depth %d, %ld pages)%s\n",
+      kKeys, build, kFinds, finds, finds * 1e6 / kFinds, pages, checker.depth(), checker.pages(),
+      problems || misses ? " WRONG RESULTS" : "");
   return problems || misses ? 1 : 0;
 }

@@ -58,7 +58,7 @@ TEST(LMTIndexCompare, NumbersByValueTextByBytes) {
 TEST_F(LMTIndexFileTest, NewFileIsAHeaderAndAnEmptyRoot) {
   Create(LMTIndexUnique | LMTIndexString);
   std::string header = Bytes(0, 27);
-  const unsigned char expected[27] = {'L', 'M', 'T', 'I', 3, 0, 0, 0, 0, 2, 0, 0, 0, 1,
+  const unsigned char expected[27] = {'L', 'M', 'T', 'I', 3, 0, 0, 0,   0, 2, 0, 0, 0, 1,
                                       0,   0,   0,   8,   0, 0, 4, 108, 0, 5, 0, 0, 0};
   EXPECT_EQ(header, std::string((const char*)expected, 27));
   EXPECT_EQ(Bytes(27, 9), std::string("{ code }\0", 9));
@@ -175,8 +175,9 @@ TEST_F(LMTIndexFileTest, UniqueRefusesAnEqualKey) {
   Create(LMTIndexUnique);
   Insert(1, "1");
   EXPECT_EQ(index_.Insert(2, "1.0"), 0);
-  EXPECT_EQ(index_.error(),
-            "Index 'x.snx' was created with the UNIQUE flag and the key '1.0' already exists in the index file");
+  EXPECT_EQ(
+      index_.error(),
+      "Index 'x.snx' was created with the UNIQUE flag and the key '1.0' already exists in the index file");
   EXPECT_EQ(Header(), "updates 1 pages 2 root 1 size 2048");
 
   Create(LMTIndexUnique | LMTIndexString, "s.snx");
@@ -230,8 +231,8 @@ TEST_F(LMTIndexFileTest, FindsByPrefixAndExactly) {
     const char* key;
     int exact;
     long record;
-  } finds[] = {{"ban", 0, 3}, {"ban", 1, 0},  {"band", 1, 4},      {"bandanas", 0, 0}, {"ap", 0, 1},
-               {"zz", 0, 0},  {"b", 0, 3},    {"cherry", 1, 6},    {"", 0, 1},         {"apple", 0, 1}};
+  } finds[] = {{"ban", 0, 3}, {"ban", 1, 0}, {"band", 1, 4},   {"bandanas", 0, 0}, {"ap", 0, 1},
+               {"zz", 0, 0},  {"b", 0, 3},   {"cherry", 1, 6}, {"", 0, 1},         {"apple", 0, 1}};
   for (auto& f : finds) {
     long recno = -1;
     EXPECT_EQ(index_._Find(f.key, f.exact, &recno, 1), 1);
