@@ -517,4 +517,14 @@ TEST_F(LMTIndexDamageTest, SharedPagesEndTheSearch) {
   Patch32(1024 * 3, 8);
   EXPECT_EQ(index_.Delete(99, "0"), 0);
   EXPECT_EQ(index_.error(), "Error reading from 'x.snx': File is corrupt");
+
+  // A walk in one direction enters each page once: entering more pages
+  // than the file has ends it.
+  long recno = 0;
+  int steps = 0;
+  ASSERT_EQ(index_._First(&recno, 1), 1);
+  while (recno != 0 && index_._Next(&recno, 1)) steps++;
+  EXPECT_EQ(index_.error(), "Error reading from 'x.snx': File is corrupt");
+  EXPECT_LT(steps, 9 * 4 + 8);
+  EXPECT_GT(steps, 4);
 }
