@@ -116,6 +116,7 @@ class Visit:
         self.expect_text("Fill in one of the forms")
         self.styled()
         self.screenshot("form")
+        self.screenshot("form-phone", phone=True)
         form = self.driver.find_elements(By.TAG_NAME, "form")[0]
         form.find_element(By.NAME, "visitor").send_keys("Ann <b>& co</b>")
         for box in form.find_elements(By.NAME, "colour"):
