@@ -17,6 +17,8 @@ from selenium import webdriver
 from selenium.common.exceptions import WebDriverException
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
+from selenium.webdriver.support import expected_conditions
+from selenium.webdriver.support.ui import WebDriverWait
 
 DESKTOP = (1280, 900)
 PHONE = (390, 844)
@@ -50,6 +52,15 @@ class Visit:
 
     def open(self, page):
         self.driver.get(self.base + "/" + page)
+
+    def follow(self, element):
+        """Clicks a link or a submit button and waits for the page it leads to: a click
+        returns before the browser has left the page it was on."""
+        old = self.driver.find_element(By.TAG_NAME, "html")
+        element.click()
+        wait = WebDriverWait(self.driver, 20)
+        wait.until(expected_conditions.staleness_of(old))
+        wait.until(lambda driver: driver.execute_script("return document.readyState") == "complete")
 
     def text(self):
         return self.driver.find_element(By.TAG_NAME, "body").text
@@ -116,7 +127,7 @@ class Visit:
 
     def form_get(self):
         self.open("")
-        self.driver.find_element(By.LINK_TEXT, "Forms").click()
+        self.follow(self.driver.find_element(By.LINK_TEXT, "Forms"))
         self.expect_text("Fill in one of the forms")
         self.styled()
         self.screenshot("form")
@@ -125,7 +136,7 @@ class Visit:
         form.find_element(By.NAME, "visitor").send_keys("Ann <b>& co</b>")
         for box in form.find_elements(By.NAME, "colour"):
             box.click()
-        form.find_element(By.CSS_SELECTOR, "input[type=submit]").click()
+        self.follow(form.find_element(By.CSS_SELECTOR, "input[type=submit]"))
         assert "visitor=" in self.driver.current_url, "GET left no query: " + self.driver.current_url
         # Markup typed into the form comes back as text, not as a bold tag.
         self.expect_text("Hello, Ann <b>& co</b>. Your browser sent the form with GET.",
@@ -137,18 +148,18 @@ class Visit:
         form = self.driver.find_elements(By.TAG_NAME, "form")[1]
         form.find_element(By.NAME, "visitor").send_keys("Bob")
         form.find_element(By.CSS_SELECTOR, "input[value=yellow]").click()
-        form.find_element(By.CSS_SELECTOR, "input[type=submit]").click()
+        self.follow(form.find_element(By.CSS_SELECTOR, "input[type=submit]"))
         assert "?" not in self.driver.current_url, "POST put fields in the address"
         self.expect_text("Hello, Bob. Your browser sent the form with POST.", "Colours: yellow")
         self.screenshot("form-post")
 
     def loop(self):
         self.open("")
-        self.driver.find_element(By.LINK_TEXT, "Loops and functions").click()
+        self.follow(self.driver.find_element(By.LINK_TEXT, "Loops and functions"))
         rows = self.driver.find_elements(By.CSS_SELECTOR, "table tr")
         assert len(rows) == 11, "%d rows, expected a heading and 10" % len(rows)
         assert rows[10].text == "10 100 1024", "last row %r" % rows[10].text
-        self.driver.find_element(By.LINK_TEXT, "5 rows").click()
+        self.follow(self.driver.find_element(By.LINK_TEXT, "5 rows"))
         rows = self.driver.find_elements(By.CSS_SELECTOR, "table tr")
         assert len(rows) == 6, "%d rows, expected a heading and 5" % len(rows)
         self.expect_text("n square(n) 2 POW n", "5 25 32")
@@ -161,18 +172,18 @@ class Visit:
                 file.write("line %03d of a file sent by the browser\n" % line)
         size = os.path.getsize(path)
         self.open("")
-        self.driver.find_element(By.LINK_TEXT, "File upload").click()
+        self.follow(self.driver.find_element(By.LINK_TEXT, "File upload"))
         self.expect_text("Choose a file")
         self.driver.find_element(By.NAME, "document").send_keys(path)
         self.driver.find_element(By.NAME, "note").send_keys("sent from Chromium")
-        self.driver.find_element(By.CSS_SELECTOR, "input[type=submit]").click()
+        self.follow(self.driver.find_element(By.CSS_SELECTOR, "input[type=submit]"))
         self.expect_text("File visitor's notes.txt", "Type text/plain",
                          "Size %d bytes" % size, "Status COMPLETE", "Note sent from Chromium")
         self.screenshot("upload")
 
     def error(self):
         self.open("")
-        self.driver.find_element(By.LINK_TEXT, "Errors").click()
+        self.follow(self.driver.find_element(By.LINK_TEXT, "Errors"))
         self.expect_text("The page goes on and shows the message itself: Error opening 'missing.sn'",
                          "error.sn: Line ", ": Expression Error: Divide by 0", error=True)
         assert "never sent" not in self.text(), "the page went on after the error"
@@ -181,7 +192,7 @@ class Visit:
     def source(self):
         for page in ("form.sn", "upload.sn"):
             self.open(page)
-            self.driver.find_element(By.LINK_TEXT, "View this page's script").click()
+            self.follow(self.driver.find_element(By.LINK_TEXT, "View this page's script"))
             with open(os.path.join(self.work, "examples", page)) as file:
                 script = file.read()
             # A plain-text page: the browser shows the script's tags instead of running them.
