@@ -26,11 +26,12 @@ PHONE = (390, 844)
 
 def start_browser(profile):
     options = webdriver.ChromeOptions()
+    # Debian's /usr/bin/chromium is a shell wrapper around this binary.
     binary = "/usr/lib/chromium/chromium"
     if os.path.exists(binary):
         options.binary_location = binary
-    # Without the networking switches the browser's own connections (updates, sync,
-    # QUIC probes) are refused here and slow every page down.
+    # Without the networking switches the browser's own connections (updates, sync, QUIC
+    # probes) fail on a machine without outside network, and slow every page down.
     for switch in ("--headless", "--disable-gpu", "--disable-quic", "--no-first-run",
                    "--disable-background-networking", "--disable-component-update",
                    "--disable-sync", "--disable-dev-shm-usage",
