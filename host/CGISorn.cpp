@@ -132,9 +132,9 @@ int CGISorn::CheckConfiguration() {
 int CGISorn::ProcessConfiguration(const String&, const String& name) {
   // TODO(log): delete the log object of an earlier run of this step.
   EnablePackages();
-  // TODO(log): create UNIXLogFile(this, loglevel) and, with loglevel and logfile both set, open it; failing, the configuration error "Unable to open log file" and 0.
+  // TODO(log): UNIXLogFile(this, loglevel), opened if loglevel and logfile: "Unable to open log file" else.
   if (!ProcessDataDirectory(name)) return 0;
-  // TODO(log): tell the log the user, scriptuid_, scriptgid_, the script (path) and datadirectory_.
+  // TODO(log): tell the log username_, scriptuid_, scriptgid_, the script (path) and datadirectory_.
   ApplyProcessLimits();
   SetPathVariable();
   return 1;

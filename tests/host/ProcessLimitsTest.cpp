@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -90,10 +89,11 @@ const rlim_t kMiB = 1024 * 1024;
 
 TEST_F(ProcessLimitsTest, HardLimitsTakeTheKeysOverLowerSoftLimits) {
   const rlim_t soft[3] = {50, 512 * kMiB, 8 * kMiB};
-  EXPECT_EQ(Apply("maxcpu=100\nmaxdata=" + std::to_string(1024 * kMiB) + "\nmaxstack=" + std::to_string(16 * kMiB),
-                  soft),
-            "50/100 " + std::to_string(512 * kMiB) + "/" + std::to_string(1024 * kMiB) + " " +
-                std::to_string(8 * kMiB) + "/" + std::to_string(16 * kMiB) + " nice+0");
+  EXPECT_EQ(
+      Apply("maxcpu=100\nmaxdata=" + std::to_string(1024 * kMiB) + "\nmaxstack=" + std::to_string(16 * kMiB),
+            soft),
+      "50/100 " + std::to_string(512 * kMiB) + "/" + std::to_string(1024 * kMiB) + " " +
+          std::to_string(8 * kMiB) + "/" + std::to_string(16 * kMiB) + " nice+0");
   // A key equal to the soft limit is a limit too.
   EXPECT_EQ(Apply("maxcpu=50\nnice=3", soft),
             "50/50 " + std::to_string(512 * kMiB) + "/= " + std::to_string(8 * kMiB) + "/= nice+3");
