@@ -9,6 +9,7 @@
 
 #include "core/Error.h"
 #include "core/Output.h"
+#include "host/CGINetworkManager.h"
 #include "host/UNIXConfig.h"
 #include "host/UNIXFileManager.h"
 #include "script/Variable.h"
@@ -34,6 +35,7 @@ CGISorn::CGISorn(int argc, char** argv)
       signalled_(0),
       config_(nullptr),
       filemanager_(new UNIXFileManager(this)),
+      networkmanager_(new CGINetworkManager(this)),
       output_(new StandardOutput(8192)),
       scriptuid_(-1),
       scriptgid_(-1),
@@ -61,6 +63,7 @@ CGISorn::CGISorn(int argc, char** argv)
 
 CGISorn::~CGISorn() {
   delete output_;
+  delete networkmanager_;
   delete filemanager_;
   delete config_;
   if (pathenv_ != nullptr) {
@@ -72,6 +75,7 @@ CGISorn::~CGISorn() {
 
 Config* CGISorn::config() { return config_; }
 FileManager* CGISorn::filemanager() { return filemanager_; }
+NetworkManager* CGISorn::networkmanager() { return networkmanager_; }
 Output* CGISorn::output() { return output_; }
 String CGISorn::lasterror() { return strerror(errno); }
 

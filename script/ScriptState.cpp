@@ -37,8 +37,6 @@ int ScriptState::ProcessTag(Tag* tag) {
     case TagIMPORT:
       if (tag->Find("STOP") != nullptr) return Pass(tag);
       return NotAvailable(tag);
-    case TagCALL:
-    case TagSnCALL:
     case TagEXPORT:
     case TagEVAL:
     case TagHIDE:
@@ -72,6 +70,9 @@ int ScriptState::ProcessTag(Tag* tag) {
     case TagSnQUERY:
     case TagSnFILTER:
       return NotAvailable(tag);
+    case TagCALL:
+    case TagSnCALL:
+      return ProcessSnCALL(tag);
     case TagSORN:
       return ProcessSORN(tag);
     case TagSnASSIGN:

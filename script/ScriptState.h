@@ -52,6 +52,8 @@ class ScriptState {
   // Functions and modules.
   int ProcessSnFUNCTION(Tag* tag);
   int ProcessSnDO(Tag* tag);
+  // Web call.
+  int ProcessSnCALL(Tag* tag);
   // Tags whose subsystems are not in the engine yet.
   int NotAvailable(Tag* tag);
 
