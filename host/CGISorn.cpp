@@ -42,8 +42,16 @@ CGISorn::CGISorn(int argc, char** argv)
       contenttype_("text/html"),
       servermode_(0) {
   signal_target = this;
+  // Without SA_RESTART a signal also breaks a blocking read or connect on a
+  // silent peer, which has no time-out of its own: the web server's SIGTERM
+  // then ends the walk, and the next tag sees the flag.
+  struct sigaction action;
+  memset(&action, 0, sizeof action);
+  action.sa_handler = CGISornSignalHandler;
+  sigemptyset(&action.sa_mask);
+  action.sa_flags = 0;
   const int signals[] = {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM};
-  for (int s : signals) signal(s, CGISornSignalHandler);
+  for (int s : signals) sigaction(s, &action, nullptr);
 
   basename_ = (argc > 0 && argv != nullptr && argv[0] != nullptr) ? argv[0] : "";
   while (basename_.contains('/')) basename_ = basename_.after("/");
