@@ -16,6 +16,12 @@ CGINetworkConnection::~CGINetworkConnection() {
 
 int CGINetworkConnection::Read(char* buffer, int length, int) {
   if (socket_ < 0 || length <= 0) return -1;
+  if (start_ < end_) {
+    int n = end_ - start_ < length ? end_ - start_ : length;
+    memcpy(buffer, pending_ + start_, n);
+    start_ += n;
+    return n;
+  }
   return (int)read(socket_, buffer, (size_t)length);
 }
 
@@ -26,16 +32,21 @@ int CGINetworkConnection::ReadLine(String& line, int timeout) {
   // treated as a failed stream rather than overrunning the set.
   if (socket_ >= FD_SETSIZE) return -1;
   for (;;) {
-    fd_set readable;
-    FD_ZERO(&readable);
-    FD_SET(socket_, &readable);
-    struct timeval wait;
-    wait.tv_sec = timeout > 0 ? timeout : 0;
-    wait.tv_usec = 0;
-    int ready = select(socket_ + 1, &readable, nullptr, nullptr, &wait);
-    if (ready <= 0) return ready;
-    char c;
-    if (Read(&c, 1, timeout) != 1) return -1;
+    if (start_ == end_) {
+      fd_set readable;
+      FD_ZERO(&readable);
+      FD_SET(socket_, &readable);
+      struct timeval wait;
+      wait.tv_sec = timeout > 0 ? timeout : 0;
+      wait.tv_usec = 0;
+      int ready = select(socket_ + 1, &readable, nullptr, nullptr, &wait);
+      if (ready <= 0) return ready;
+      ssize_t n = read(socket_, pending_, kPendingSize);
+      if (n <= 0) return -1;
+      start_ = 0;
+      end_ = (int)n;
+    }
+    char c = pending_[start_++];
     line.cat(c);
     if (c == '\n') return line.length();
   }
@@ -52,6 +63,7 @@ int CGINetworkConnection::Connect(const String& address, int port) {
     close(socket_);
     socket_ = -1;
   }
+  start_ = end_ = 0;
   socket_ = socket(AF_INET, SOCK_STREAM, 0);
   if (socket_ < 0) return 0;
   struct sockaddr_in peer;

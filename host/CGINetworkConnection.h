@@ -7,10 +7,13 @@
 
 class CGINetworkConnection : public NetworkConnection {
  public:
-  explicit CGINetworkConnection(Sorn* sorn) : NetworkConnection(sorn), socket_(-1) {}
+  explicit CGINetworkConnection(Sorn* sorn) : NetworkConnection(sorn), socket_(-1), start_(0), end_(0) {}
   ~CGINetworkConnection() override;
 
+  // Bytes that ReadLine took from the socket beyond its line come first.
   int Read(char* buffer, int length, int timeout) override;
+  // Waits for each character as if it were read alone, but takes what
+  // has arrived in one system call and keeps the rest for the next read.
   int ReadLine(String& line, int timeout) override;
   int Write(const char* data, int length) override;
   int Write(const String& text) override { return Write(text.chars(), text.length()); }
@@ -19,7 +22,11 @@ class CGINetworkConnection : public NetworkConnection {
   int Connect(const String& address, int port) override;
 
  private:
+  enum { kPendingSize = 4096 };
   int socket_;
+  char pending_[kPendingSize];
+  int start_;
+  int end_;
 };
 
 #endif
