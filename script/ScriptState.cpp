@@ -41,13 +41,10 @@ int ScriptState::ProcessTag(Tag* tag) {
     case TagEVAL:
     case TagHIDE:
     case TagFILE:
-    case TagMAIL:
     case TagLOOMTEXT:
     case TagSnIMPORT:
     case TagSnEXPORT:
     case TagSnCOMMERCE:
-    case TagSnSMTP:
-    case TagSnPOP:
     case TagSnLOCALIZED:
     case TagSnOPEN:
     case TagSnCLOSE:
@@ -73,6 +70,12 @@ int ScriptState::ProcessTag(Tag* tag) {
     case TagCALL:
     case TagSnCALL:
       return ProcessSnCALL(tag);
+    case TagSnSMTP:
+      return ProcessSnSMTP(tag);
+    case TagSnPOP:
+      return ProcessSnPOP(tag);
+    case TagMAIL:
+      return ProcessMAIL(tag);
     case TagSORN:
       return ProcessSORN(tag);
     case TagSnASSIGN:

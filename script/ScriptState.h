@@ -54,6 +54,10 @@ class ScriptState {
   int ProcessSnDO(Tag* tag);
   // Web call.
   int ProcessSnCALL(Tag* tag);
+  // Mail.
+  int ProcessSnSMTP(Tag* tag);
+  int ProcessSnPOP(Tag* tag);
+  int ProcessMAIL(Tag* tag);
   // Tags whose subsystems are not in the engine yet.
   int NotAvailable(Tag* tag);
 
