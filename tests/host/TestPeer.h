@@ -1,8 +1,10 @@
-// A TCP peer on 127.0.0.1 for the network tests: it accepts connections on
-// a port of its own, reads each request (the head, then as many body bytes
-// as its Content-Length says), keeps it, and hands the socket to a serving
-// function that writes the reply as slowly, endlessly or brokenly as the
-// test wants. The thread is joined when the peer goes.
+// A TCP peer on a loopback address for the network tests: it accepts
+// connections on a port of its own, reads each HTTP request (the head, then
+// as many body bytes as its Content-Length says), keeps it, and hands the
+// socket to a serving function that writes the reply as slowly, endlessly
+// or brokenly as the test wants. A peer of a protocol in which the server
+// speaks first (http false) hands the socket over at once. The thread is
+// joined when the peer goes.
 #ifndef SORN_TESTS_HOST_TESTPEER_H
 #define SORN_TESTS_HOST_TESTPEER_H
 
@@ -22,23 +24,30 @@ class TestPeer {
  public:
   typedef std::function<void(int fd, const std::string& request)> Serve;
 
-  explicit TestPeer(Serve serve, int connections = 1) : serve_(std::move(serve)) {
+  // port 0 takes a free one; port() is -1 when the address cannot be bound.
+  explicit TestPeer(Serve serve, int connections = 1, bool http = true, const char* host = "127.0.0.1",
+                    int port = 0)
+      : serve_(std::move(serve)) {
     listener_ = socket(AF_INET, SOCK_STREAM, 0);
     int on = 1;
     setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     struct sockaddr_in address = {};
     address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    bind(listener_, (struct sockaddr*)&address, sizeof address);
-    listen(listener_, 8);
-    socklen_t size = sizeof address;
-    getsockname(listener_, (struct sockaddr*)&address, &size);
-    port_ = ntohs(address.sin_port);
-    thread_ = std::thread([this, connections] {
+    address.sin_addr.s_addr = inet_addr(host);
+    address.sin_port = htons(port);
+    if (bind(listener_, (struct sockaddr*)&address, sizeof address) != 0 || listen(listener_, 8) != 0) {
+      port_ = -1;
+      connections = 0;
+    } else {
+      socklen_t size = sizeof address;
+      getsockname(listener_, (struct sockaddr*)&address, &size);
+      port_ = ntohs(address.sin_port);
+    }
+    thread_ = std::thread([this, connections, http] {
       for (int i = 0; i < connections; i++) {
         int fd = accept(listener_, nullptr, nullptr);
         if (fd < 0) return;
-        std::string request = ReadRequest(fd);
+        std::string request = http ? ReadRequest(fd) : std::string();
         {
           std::lock_guard<std::mutex> hold(lock_);
           requests_.push_back(request);
@@ -68,6 +77,19 @@ class TestPeer {
   // A serving function that sends text and closes.
   static Serve Reply(std::string text) {
     return [text](int fd, const std::string&) { SendAll(fd, text); };
+  }
+  // One line from the socket, its line end removed; false at the end.
+  static bool ReadLine(int fd, std::string& line) {
+    line.clear();
+    char c;
+    while (read(fd, &c, 1) == 1) {
+      if (c == '\n') {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        return true;
+      }
+      line += c;
+    }
+    return false;
   }
   static bool SendAll(int fd, const std::string& text) {
     for (size_t at = 0; at < text.size();) {
