@@ -2,8 +2,8 @@
 
 #include "core/File.h"
 
-POP3Message::POP3Message(Sorn* sorn, int number, int size)
-    : sorn_(sorn), file_(nullptr), inbody_(0), number_(number), size_(size), headers_(1) {}
+POP3Message::POP3Message(Sorn*, int number, int size)
+    : file_(nullptr), inbody_(0), number_(number), size_(size), headers_(1) {}
 
 POP3Message::~POP3Message() { delete file_; }
 

@@ -20,6 +20,7 @@ inline const char* ElementName(const POP3Header* header) { return header->name.c
 
 class POP3Message {
  public:
+  // The engine is not needed once the file is open, so it is not kept.
   POP3Message(Sorn* sorn, int number, int size);
   ~POP3Message();
   POP3Message(const POP3Message&) = delete;
@@ -41,7 +42,6 @@ class POP3Message {
   const String& relativePath() const { return relativePath_; }
 
  private:
-  Sorn* sorn_;
   String path_;
   String relativePath_;
   File* file_;
