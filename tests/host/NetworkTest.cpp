@@ -40,7 +40,8 @@ TEST(NetworkManager, HostNamesAndTheirFailures) {
 
   int port = TestPeer::FreePort();
   EXPECT_EQ(manager->Connect("127.0.0.1", port), nullptr);
-  EXPECT_EQ(std::string(manager->error().chars()), "(127.0.0.1:" + std::to_string(port) + "): Connection refused");
+  EXPECT_EQ(std::string(manager->error().chars()),
+            "(127.0.0.1:" + std::to_string(port) + "): Connection refused");
   // An empty host passes as an address and fails at connect.
   EXPECT_EQ(manager->Connect("", port), nullptr);
 }
@@ -68,7 +69,8 @@ TEST(NetworkManager, OpenURLWritesTheRequestHead) {
     TestPeer peer(TestPeer::Reply("HTTP/1.0 200 OK\r\n\r\n"));
     TestHost host;
     std::string url = "https://127.0.0.1:" + std::to_string(peer.port()) + c.path;
-    NetworkConnection* connection = host.networkmanager()->OpenURL(c.method, url.c_str(), c.body, c.type, c.length);
+    NetworkConnection* connection =
+        host.networkmanager()->OpenURL(c.method, url.c_str(), c.body, c.type, c.length);
     ASSERT_NE(connection, nullptr) << url;
     if (c.length > 0) connection->Write("12345", 5);
     String line;
