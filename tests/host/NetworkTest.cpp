@@ -146,3 +146,19 @@ TEST(NetworkBuffer, DeliversSignedBytesAcrossRefillsWithPushBack) {
     EXPECT_EQ(buffer.offset(), 7);
   }
 }
+
+// Writing to a peer that has closed fails quietly: no SIGPIPE, which the
+// host would take for the web server going away and end the script.
+TEST(NetworkConnection, WriteToAClosedPeerRaisesNoSignal) {
+  TestPeer peer([](int, const std::string&) {}, 1, false);
+  TestHost host;
+  auto connection = Open(host, peer);
+  ASSERT_NE(connection, nullptr);
+  String line;
+  EXPECT_EQ(connection->ReadLine(line, 5), -1);
+  std::string block(65536, 'x');
+  int result = 0;
+  for (int i = 0; i < 64 && result >= 0; i++) result = connection->Write(block.data(), (int)block.size());
+  EXPECT_LT(result, 0);
+  EXPECT_EQ(host.timedout(), 0);
+}
