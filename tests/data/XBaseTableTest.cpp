@@ -1,0 +1,446 @@
+#include <gtest/gtest.h>
+
+#include <stdlib.h>
+#include <time.h>
+
+#include "tests/data/TableFixture.h"
+
+namespace {
+
+class XBaseTableTest : public TableFixture {
+ protected:
+  std::unique_ptr<XBaseTable> Items() {
+    return Create("items.dbf", {{"NAME", XBaseCHAR, 10, 0},
+                                {"QTY", XBaseNUMBER, 3, 0},
+                                {"PRICE", XBaseNUMBER, 8, 2},
+                                {"BORN", XBaseDATE, 8, 0},
+                                {"OK", XBaseBOOL, 1, 0}});
+  }
+  std::unique_ptr<XBaseTable> Stock() {
+    std::unique_ptr<XBaseTable> t = Create("stock.dbf", {{"NAME", XBaseCHAR, 6, 0}, {"QTY", XBaseNUMBER, 3, 0}});
+    Add(t.get(), {{"NAME", "ant"}, {"QTY", "1"}});
+    Add(t.get(), {{"NAME", "bee"}, {"QTY", "2"}});
+    Add(t.get(), {{"NAME", "cat"}, {"QTY", "3"}});
+    return t;
+  }
+  static std::string Today() {
+    time_t now = time(nullptr);
+    struct tm utc;
+    gmtime_r(&now, &utc);
+    return std::string{(char)utc.tm_year, (char)(utc.tm_mon + 1), (char)utc.tm_mday};
+  }
+};
+
+const char kItemsHeader[] =
+    "00 00 00 00 c1 00 1f 00 00 00 00 00 00 00 00 00"
+    "00 00 00 00 00 00 00 00 00 00 00 00 4e 41 4d 45"
+    "00 00 00 00 00 00 00 43 00 00 00 00 0a 00 00 00"
+    "00 00 00 00 00 00 00 00 00 00 00 00 51 54 59 00"
+    "00 00 00 00 00 00 00 4e 00 00 00 00 03 00 00 00"
+    "00 00 00 00 00 00 00 00 00 00 00 00 50 52 49 43"
+    "45 00 00 00 00 00 00 4e 00 00 00 00 08 02 00 00"
+    "00 00 00 00 00 00 00 00 00 00 00 00 42 4f 52 4e"
+    "00 00 00 00 00 00 00 44 00 00 00 00 08 00 00 00"
+    "00 00 00 00 00 00 00 00 00 00 00 00 4f 4b 00 00"
+    "00 00 00 00 00 00 00 4c 00 00 00 00 01 00 00 00"
+    "00 00 00 00 00 00 00 00 00 00 00 00 0d";
+
+TEST_F(XBaseTableTest, CreateWritesHeaderDescriptorsAndEndMark) {
+  std::unique_ptr<XBaseTable> t = Items();
+  std::string bytes = Bytes("items.dbf");
+  ASSERT_EQ(bytes.size(), 194u);
+  EXPECT_EQ(bytes[0], 0x03);
+  EXPECT_EQ(bytes.substr(1, 3), Today());
+  EXPECT_EQ(bytes.substr(4, 189), Hex(kItemsHeader));
+  EXPECT_EQ(bytes[193], 0x1a);
+  EXPECT_EQ(Bytes("items.dbt"), "<missing>");
+  // An empty table: no current record, and Goto(1) fails without a word.
+  EXPECT_EQ(t->recordcount(), 0u);
+  EXPECT_EQ(t->recno(), 0);
+  EXPECT_EQ(t->Goto(1), 0);
+  EXPECT_EQ(t->error(), "");
+
+  // The same file opened again gives the same layout back.
+  std::unique_ptr<XBaseTable> again = Open("items.dbf");
+  EXPECT_EQ(again->headerlength(), 193);
+  EXPECT_EQ(again->recordlength(), 31);
+  EXPECT_EQ(again->hasmemo(), 0);
+  std::string layout;
+  for (XBaseField* f = again->fields()->First(); f; f = again->fields()->Next())
+    layout += std::string(f->name()) + XBaseFieldLetter(f->type()) + std::to_string(f->length()) + "." +
+              std::to_string(f->decimalcount()) + " ";
+  EXPECT_EQ(layout, "NAMEC10.0 QTYN3.0 PRICEN8.2 BORND8.0 OKL1.0 ");
+}
+
+TEST_F(XBaseTableTest, AppendLaysOutRecordsAndMovesEndMark) {
+  std::unique_ptr<XBaseTable> t = Items();
+  Add(t.get(), {{"NAME", "Lamp"}, {"QTY", "7"}, {"PRICE", "12.50"}, {"BORN", "20240301"}, {"OK", "T"}});
+  EXPECT_EQ(t->recno(), 1);
+  Add(t.get(), {{"NAME", "Desk chair"}, {"QTY", "120"}, {"PRICE", "-3.00"}, {"BORN", "19991231"}, {"OK", "F"}});
+  EXPECT_EQ(t->recno(), 2);
+  EXPECT_EQ(t->recordcount(), 2u);
+  std::string bytes = Bytes("items.dbf");
+  ASSERT_EQ(bytes.size(), 256u);
+  EXPECT_EQ(bytes.substr(4, 8), Hex("02 00 00 00 c1 00 1f 00"));
+  EXPECT_EQ(bytes.substr(193), std::string(" Lamp        7   12.5020240301T"
+                                           " Desk chair120   -3.0019991231F\x1a"));
+
+  // Another reader sees both records, with blanks trimmed as each type says.
+  std::unique_ptr<XBaseTable> r = Open("items.dbf");
+  ASSERT_EQ(r->Goto(2), 1);
+  EXPECT_EQ(Data(r.get(), "NAME"), "Desk chair");
+  EXPECT_EQ(Data(r.get(), "PRICE"), "-3.00");
+  ASSERT_EQ(r->Goto(1), 1);
+  EXPECT_EQ(Data(r.get(), "QTY"), "7");
+  EXPECT_EQ(Data(r.get(), "BORN"), "20240301");
+  EXPECT_EQ(r->deleted(), 0);
+}
+
+TEST_F(XBaseTableTest, FieldValuesAreCutAndTrimmedByType) {
+  std::unique_ptr<XBaseTable> t = Create("codes.dbf", {{"CODE", XBaseCHAR, 5, 0},
+                                                       {"NOTE", XBaseCHAR, 6, 0},
+                                                       {"N", XBaseNUMBER, 4, 0},
+                                                       {"D", XBaseDATE, 8, 0},
+                                                       {"B", XBaseBOOL, 1, 0}});
+  // Cut at Set, without a word; trailing blanks stay until the record is read.
+  XBaseField* code = t->Field("code");
+  code->Set("ABCDEFGH", -1);
+  EXPECT_STREQ(code->data(), "ABCDE");
+  t->Field("NOTE")->Set(String("ab   "));
+  EXPECT_STREQ(t->Field("NOTE")->data(), "ab   ");
+  ASSERT_EQ(t->Append(), 1);
+  Add(t.get(), {{"CODE", "  x"}, {"NOTE", ""}, {"N", ""}, {"D", ""}, {"B", ""}});
+  ASSERT_EQ(t->Goto(1), 1);
+  EXPECT_EQ(Data(t.get(), "CODE"), "ABCDE");
+  EXPECT_EQ(Data(t.get(), "NOTE"), "ab");
+  ASSERT_EQ(t->Goto(2), 1);
+  // CHAR keeps leading blanks; blank NUMBER, CHAR read empty; DATE and BOOL
+  // come back as the bytes stand.
+  EXPECT_EQ(Data(t.get(), "CODE"), "  x");
+  EXPECT_EQ(Data(t.get(), "NOTE"), "");
+  EXPECT_EQ(Data(t.get(), "N"), "");
+  EXPECT_EQ(Data(t.get(), "D"), "        ");
+  EXPECT_EQ(Data(t.get(), "B"), " ");
+  EXPECT_EQ(Bytes("codes.dbf").substr(193), std::string(" ABCDE") + "ab    " + "    " + "        " + " " +
+                                                " " + "  x  " + "      " + "    " + "        " + " " + "\x1a");
+}
+
+TEST_F(XBaseTableTest, CreateWithMemoMakesFreshMemoFile) {
+  std::unique_ptr<XBaseTable> t = Create("notes.dbf", {{"TITLE", XBaseCHAR, 8, 0}, {"BODY", XBaseMEMO, 10, 0}});
+  std::string bytes = Bytes("notes.dbf");
+  EXPECT_EQ((unsigned char)bytes[0], 0x83);
+  EXPECT_EQ(bytes.substr(4),
+            Hex("00 00 00 00 61 00 13 00 00 00 00 00 00 00 00 00"
+                "00 00 00 00 00 00 00 00 00 00 00 00 54 49 54 4c"
+                "45 00 00 00 00 00 00 43 00 00 00 00 08 00 00 00"
+                "00 00 00 00 00 00 00 00 00 00 00 00 42 4f 44 59"
+                "00 00 00 00 00 00 00 4d 00 00 00 00 0a 00 00 00"
+                "00 00 00 00 00 00 00 00 00 00 00 00 0d 1a"));
+  std::string memo = Bytes("notes.dbt");
+  EXPECT_EQ(memo, Hex("01 00 00 00") + std::string(508, '\0') + "\x1a");
+  EXPECT_EQ(t->memodisplayname(), "notes.dbt");
+}
+
+TEST_F(XBaseTableTest, MemoTextsStartAtBlockBoundaries) {
+  std::unique_ptr<XBaseTable> t = Create("notes.dbf", {{"TITLE", XBaseCHAR, 8, 0}, {"BODY", XBaseMEMO, 10, 0}});
+  Add(t.get(), {{"TITLE", "one"}, {"BODY", "hello"}});
+  Add(t.get(), {{"TITLE", "two"}, {"BODY", "second text"}});
+  // An empty text takes no block and leaves ten blanks.
+  Add(t.get(), {{"TITLE", "three"}, {"BODY", ""}});
+  EXPECT_EQ(Bytes("notes.dbf").substr(97), std::string(" one     ") + "         1" + " two     " + "         2" +
+                                                       " three   " + "          " + "\x1a");
+  std::string memo = Bytes("notes.dbt");
+  ASSERT_EQ(memo.size(), 1037u);
+  EXPECT_EQ(memo.substr(0, 4), Hex("03 00 00 00"));
+  EXPECT_EQ(memo.substr(512, 512), "hello\x1a\x1a" + std::string(505, '\0'));
+  EXPECT_EQ(memo.substr(1024), "second text\x1a\x1a");
+
+  std::unique_ptr<XBaseTable> r = Open("notes.dbf");
+  EXPECT_EQ(r->nextfreeblock(), 3);
+  const char* expect[] = {"hello", "second text", ""};
+  for (int i = 1; i <= 3; i++) {
+    ASSERT_EQ(r->Goto(i), 1);
+    EXPECT_EQ(Data(r.get(), "BODY"), expect[i - 1]);
+  }
+}
+
+TEST_F(XBaseTableTest, MemoOf510BytesFillsOneBlockAnd511Two) {
+  std::unique_ptr<XBaseTable> t = Create("m.dbf", {{"BODY", XBaseMEMO, 10, 0}});
+  std::string a(510, 'a'), b(511, 'b');
+  Add(t.get(), {{"BODY", a}});
+  Add(t.get(), {{"BODY", b}});
+  Add(t.get(), {{"BODY", "c"}});
+  EXPECT_EQ(Bytes("m.dbf").substr(65), "          1          2          4\x1a");
+  std::string memo = Bytes("m.dbt");
+  ASSERT_EQ(memo.size(), 2051u);
+  EXPECT_EQ(memo.substr(0, 4), Hex("05 00 00 00"));
+  EXPECT_EQ(memo.substr(1020, 6), Hex("61 61 1a 1a 62 62"));
+  EXPECT_EQ(memo.substr(1533, 6), Hex("62 62 1a 1a 00 00"));
+  EXPECT_EQ(memo.substr(2048), "c\x1a\x1a");
+  std::unique_ptr<XBaseTable> r = Open("m.dbf");
+  ASSERT_EQ(r->Goto(1), 1);
+  EXPECT_EQ(Data(r.get(), "BODY"), a);
+  ASSERT_EQ(r->Goto(2), 1);
+  EXPECT_EQ(Data(r.get(), "BODY"), b);
+}
+
+TEST_F(XBaseTableTest, UpdatedMemoGoesToNewBlockAndEmptyTextToBlanks) {
+  std::unique_ptr<XBaseTable> t = Create("n.dbf", {{"BODY", XBaseMEMO, 10, 0}});
+  Add(t.get(), {{"BODY", "first version"}});
+  t->Field("BODY")->Set("v2", -1);
+  ASSERT_EQ(t->Update(), 1) << t->error().chars();
+  Add(t.get(), {{"BODY", "other"}});
+  t->Field("BODY")->Set("", 0);
+  ASSERT_EQ(t->Update(), 1);
+  EXPECT_EQ(Bytes("n.dbf").substr(65), std::string("          2") + "           " + "\x1a");
+  std::string memo = Bytes("n.dbt");
+  ASSERT_EQ(memo.size(), 1543u);
+  EXPECT_EQ(memo.substr(0, 4), Hex("04 00 00 00"));
+  EXPECT_EQ(memo.substr(512, 15), "first version\x1a\x1a");
+  EXPECT_EQ(memo.substr(1024, 4), "v2\x1a\x1a");
+  EXPECT_EQ(memo.substr(1536), "other\x1a\x1a");
+  ASSERT_EQ(t->Goto(1), 1);
+  EXPECT_EQ(Data(t.get(), "BODY"), "v2");
+  ASSERT_EQ(t->Goto(2), 1);
+  EXPECT_EQ(Data(t.get(), "BODY"), "");
+}
+
+TEST_F(XBaseTableTest, DirtyMemoIsStoredAgainByEachUpdateUntilRead) {
+  std::unique_ptr<XBaseTable> t = Create("n.dbf", {{"BODY", XBaseMEMO, 10, 0}});
+  Add(t.get(), {{"BODY", "x"}});
+  ASSERT_EQ(t->Update(), 1);
+  ASSERT_EQ(t->Update(), 1);
+  EXPECT_EQ(t->nextfreeblock(), 4);
+  EXPECT_EQ(Bytes("n.dbf").substr(65), "          3\x1a");
+  // After a read the block number is written back as it stands.
+  ASSERT_EQ(t->Goto(1), 1);
+  ASSERT_EQ(t->Update(), 1);
+  EXPECT_EQ(t->nextfreeblock(), 4);
+  // A text is stored up to its NUL and read back up to its first 0x1A.
+  t->Field("BODY")->Set(std::string("ab\0cd", 5).c_str(), 5);
+  ASSERT_EQ(t->Update(), 1);
+  t->Field("BODY")->Set("cut\x1ahere", -1);
+  ASSERT_EQ(t->Update(), 1);
+  ASSERT_EQ(t->Goto(1), 1);
+  EXPECT_EQ(Data(t.get(), "BODY"), "cut");
+  EXPECT_EQ(Bytes("n.dbt").substr(2048, 4), "ab\x1a\x1a");
+}
+
+TEST_F(XBaseTableTest, DeleteAndUndeleteWriteOnlyTheFlagAndStampTheDate) {
+  std::unique_ptr<XBaseTable> t = Stock();
+  // A stale date shows that the flag writes stamp the header again.
+  std::string bytes = Bytes("stock.dbf");
+  bytes[1] = bytes[2] = bytes[3] = 0;
+  WriteBytes("stock.dbf", bytes);
+  ASSERT_EQ(t->Goto(2), 1);
+  EXPECT_EQ(Bytes("stock.dbf").substr(1, 3), std::string(3, '\0'));
+  t->Field("NAME")->Set("zzz", -1);
+  ASSERT_EQ(t->UpdateDeleted(1), 1);
+  EXPECT_EQ(t->deleted(), 1);
+  EXPECT_EQ(Data(t.get(), "NAME"), "zzz");
+  ASSERT_EQ(t->Goto(3), 1);
+  ASSERT_EQ(t->UpdateDeleted(1), 1);
+  ASSERT_EQ(t->UpdateDeleted(0), 1);
+  EXPECT_EQ(t->deleted(), 0);
+  bytes = Bytes("stock.dbf");
+  EXPECT_EQ(bytes.substr(1, 3), Today());
+  EXPECT_EQ(bytes.substr(4, 4), Hex("03 00 00 00"));
+  EXPECT_EQ(bytes.substr(97), " ant     1*bee     2 cat     3\x1a");
+  ASSERT_EQ(t->Goto(2), 1);
+  EXPECT_EQ(t->deleted(), 1);
+  EXPECT_EQ(Data(t.get(), "NAME"), "bee");
+}
+
+TEST_F(XBaseTableTest, UpdateRewritesTheCurrentRecordOnly) {
+  std::unique_ptr<XBaseTable> t = Stock();
+  ASSERT_EQ(t->Goto(2), 1);
+  t->Field("NAME")->Set("bumblebee", -1);
+  t->Field("QTY")->Set("20", -1);
+  ASSERT_EQ(t->Update(), 1);
+  EXPECT_EQ(t->recno(), 2);
+  EXPECT_EQ(t->recordcount(), 3u);
+  // An edit that is not written is lost when another record is read.
+  ASSERT_EQ(t->Goto(1), 1);
+  t->Field("NAME")->Set("zzz", -1);
+  ASSERT_EQ(t->Goto(3), 1);
+  ASSERT_EQ(t->Update(), 1);
+  std::string bytes = Bytes("stock.dbf");
+  EXPECT_EQ(bytes.substr(4, 4), Hex("03 00 00 00"));
+  EXPECT_EQ(bytes.substr(97), " ant     1 bumble 20 cat     3\x1a");
+  // No current record: nothing to update, and nothing is written.
+  std::unique_ptr<XBaseTable> fresh = Open("stock.dbf");
+  EXPECT_EQ(fresh->Update(), 0);
+  EXPECT_EQ(fresh->UpdateDeleted(1), 0);
+  EXPECT_EQ(Bytes("stock.dbf"), bytes);
+}
+
+TEST_F(XBaseTableTest, SwapOriginalShowsTheRecordAsOnDisk) {
+  std::unique_ptr<XBaseTable> t = Create("s.dbf", {{"NAME", XBaseCHAR, 6, 0}, {"BODY", XBaseMEMO, 10, 0}});
+  Add(t.get(), {{"NAME", "ant"}, {"BODY", "old text"}});
+  ASSERT_EQ(t->Goto(1), 1);
+  t->Field("NAME")->Set("bee", -1);
+  // The edited memo has not been read from disk yet: the swap must fetch
+  // the disk text without losing the edit.
+  t->Field("BODY")->Set("new text", -1);
+  t->SwapOriginal();
+  EXPECT_EQ(Data(t.get(), "NAME"), "ant");
+  EXPECT_EQ(Data(t.get(), "BODY"), "old text");
+  t->SwapOriginal();
+  EXPECT_EQ(Data(t.get(), "NAME"), "bee");
+  EXPECT_EQ(Data(t.get(), "BODY"), "new text");
+  ASSERT_EQ(t->Update(), 1);
+  // After a successful Update the disk holds the edit: nothing to swap.
+  t->SwapOriginal();
+  EXPECT_EQ(Data(t.get(), "NAME"), "bee");
+  EXPECT_EQ(Data(t.get(), "BODY"), "new text");
+}
+
+TEST_F(XBaseTableTest, ReadsTableWrittenElsewhere) {
+  std::string file = Header(0x03, 4, 161, 21) + Descriptor("NAME", 'C', 8) + Descriptor("AGE", 'N', 3) +
+                     Descriptor("SINCE", 'D', 8) + Descriptor("VIP", 'L', 1) + "\r" +
+                     " Ann     " " 42" "20010915" "Y" "*Bob     " "  7" "        " "n" "x  Cy    " "   " "19800229" "t"
+                     "         " "100" "19991231" "?" "\x1a";
+  WriteBytes("people.dbf", file);
+  std::unique_ptr<XBaseTable> t = Open("people.dbf");
+  EXPECT_EQ(t->recordcount(), 4u);
+  EXPECT_EQ(t->year(), 99);
+  EXPECT_EQ(t->month(), 12);
+  EXPECT_EQ(t->day(), 31);
+  std::string seen;
+  for (int i = 1; i <= 4; i++) {
+    ASSERT_EQ(t->Goto(i), 1);
+    seen += std::to_string(t->deleted()) + "[" + Data(t.get(), "NAME") + "][" + Data(t.get(), "AGE") + "][" +
+            Data(t.get(), "SINCE") + "][" + Data(t.get(), "VIP") + "]\n";
+  }
+  EXPECT_EQ(seen,
+            "0[Ann][42][20010915][Y]\n"
+            "1[Bob][7][        ][n]\n"
+            "0[  Cy][][19800229][t]\n"
+            "0[][100][19991231][?]\n");
+  EXPECT_EQ(t->Goto(5), 0);
+  EXPECT_EQ(t->Goto(0), 0);
+  EXPECT_EQ(t->error(), "");
+}
+
+TEST_F(XBaseTableTest, ReaderTrustsOnlyWhatItNeeds) {
+  // Twenty surplus header bytes, no 0x0D, junk in the reserved bytes, and
+  // records two bytes longer than their fields.
+  std::string head = Header(0x03, 2, 32 + 64 + 1 + 20, 1 + 4 + 3 + 2);
+  for (int i = 12; i < 32; i++) head[i] = 'r';
+  std::string a = Descriptor("WORD", 'C', 4), b = Descriptor("NUM", 'N', 3);
+  a.replace(12, 4, "JUNK");
+  b.replace(18, 14, "fourteen bytes");
+  WriteBytes("loose.dbf", head + a + b + "Z" + "surplus header bytes" + " abcd 12##*xy    5##\x1a");
+  std::unique_ptr<XBaseTable> t = Open("loose.dbf");
+  ASSERT_EQ(t->fields()->Entries(), 2);
+  ASSERT_EQ(t->Goto(1), 1);
+  EXPECT_EQ(Data(t.get(), "WORD") + "|" + Data(t.get(), "NUM"), "abcd|12");
+  ASSERT_EQ(t->Goto(2), 1);
+  EXPECT_EQ(t->deleted(), 1);
+  EXPECT_EQ(Data(t.get(), "WORD") + "|" + Data(t.get(), "NUM"), "xy|5");
+}
+
+TEST_F(XBaseTableTest, OpenFailuresNameTheFileAsDisplayed) {
+  std::unique_ptr<XBaseTable> t = NewTable();
+  EXPECT_EQ(t->Open(String(P("nosuch.dbf").c_str()), "nosuch.dbf", 3), 0);
+  EXPECT_EQ(t->error(), "Error opening 'nosuch.dbf': No such file or directory");
+
+  WriteBytes("badver.dbf", Header(0x30, 1, 65, 4) + Descriptor("ID", 'C', 3) + "\r abc\x1a");
+  EXPECT_EQ(t->Open(String(P("badver.dbf").c_str()), "badver.dbf", 3), 0);
+  EXPECT_EQ(t->error(), "'badver.dbf': Unsupported xBase file version (0x30)");
+
+  WriteBytes("badtype.dbf", Header(0x03, 0, 97, 12) + Descriptor("ID", 'C', 3) + Descriptor("PAY", 'F', 8) + "\r\x1a");
+  EXPECT_EQ(t->Open(String(P("badtype.dbf").c_str()), "badtype.dbf", 3), 0);
+  EXPECT_EQ(t->error(), "'badtype.dbf' contains an unsupported field of type 'F'");
+
+  // Marked as having a memo, so its memo file must be there.
+  WriteBytes("nomemo.dbf", Header(0x83, 1, 65, 4) + Descriptor("ID", 'C', 3) + "\r abc\x1a");
+  EXPECT_EQ(t->Open(String(P("nomemo.dbf").c_str()), "nomemo.dbf", 3), 0);
+  EXPECT_EQ(t->error(), "Error opening 'nomemo.dbt': No such file or directory");
+
+  // The header promises three descriptors; the file ends after one.
+  WriteBytes("short.dbf", Header(0x03, 0, 129, 10) + Descriptor("A", 'C', 9).substr(0, 30));
+  EXPECT_EQ(t->Open(String(P("short.dbf").c_str()), "short.dbf", 3), 0);
+  EXPECT_EQ(t->error(), "Error reading from 'short.dbf': Unexpected end of file");
+
+  // A MEMO field in a file marked 0x03 still opens the memo file.
+  WriteBytes("memo03.dbf", Header(0x03, 0, 65, 11) + Descriptor("B", 'M', 10) + "\r\x1a");
+  EXPECT_EQ(t->Open(String(P("memo03.dbf").c_str()), "memo03.dbf", 3), 0);
+  EXPECT_EQ(t->error(), "Error opening 'memo03.dbt': No such file or directory");
+}
+
+TEST_F(XBaseTableTest, CreateFailuresAndMissingFiles) {
+  List<XBaseField> fields;
+  fields.Insert(new XBaseField(nullptr, "A", XBaseCHAR, 3, 0));
+  std::unique_ptr<XBaseTable> t = NewTable();
+  EXPECT_EQ(t->Create(String(P("no/dir.dbf").c_str()), "no/dir.dbf", String(), String(), fields), 0);
+  EXPECT_EQ(t->error(), "Error creating 'no/dir.dbf': No such file or directory");
+  EXPECT_EQ(t->Create(nullptr, "x.dbf", "x.dbf", nullptr, "", "", fields), 0);
+  EXPECT_EQ(t->error(), "Internal error opening 'x.dbf'");
+
+  fields.Insert(new XBaseField(nullptr, "M", XBaseMEMO, 10, 0));
+  File* file = sorn_.filemanager()->Open(String(P("y.dbf").c_str()), XBaseTable::kCreateMode);
+  ASSERT_NE(file, nullptr);
+  EXPECT_EQ(t->Create(file, P("y.dbf").c_str(), "y.dbf", nullptr, "", "", fields), 0);
+  EXPECT_EQ(t->error(), "Internal errorl opening 'y.dbt'");
+  // The files stay the caller's on failure.
+  EXPECT_EQ(t->isopen(), 0);
+  delete file;
+}
+
+TEST_F(XBaseTableTest, ReadsMemoWrittenElsewhere) {
+  std::string head = Header(0x83, 5, 97, 17) + Descriptor("TITLE", 'C', 6) + Descriptor("BODY", 'M', 10) + "\r";
+  WriteBytes("memos.dbf", head + " first          1" " lead0 0000000003" " blank           " " zero           0"
+                                 " tail           4" " far  9999999999" "\x1a");
+  // Patch the count to six records.
+  std::string dbf = Bytes("memos.dbf");
+  dbf[4] = 6;
+  WriteBytes("memos.dbf", dbf);
+  std::string memo = Hex("05 00 00 00") + std::string("junk in the reserved bytes") + std::string(482, '#');
+  std::string long_text;
+  for (int i = 0; i < 60; i++) long_text += "abcdefghij";
+  memo += long_text + "\x1a\x1a";
+  memo.resize(1536, '\0');
+  memo += "cut here\x1ahidden\x1a\x1a";
+  memo.resize(2048, '\0');
+  memo += "tail text";
+  WriteBytes("memos.dbt", memo);
+
+  std::unique_ptr<XBaseTable> t = Open("memos.dbf");
+  EXPECT_EQ(t->nextfreeblock(), 5);
+  const char* expect[] = {nullptr, "cut here", "", "", "tail text", ""};
+  for (int i = 1; i <= 6; i++) {
+    ASSERT_EQ(t->Goto(i), 1);
+    EXPECT_EQ(Data(t.get(), "BODY"), expect[i - 1] ? expect[i - 1] : long_text) << i;
+  }
+  EXPECT_EQ(Data(t.get(), "BODY"), "");
+}
+
+TEST_F(XBaseTableTest, ZeroLengthFieldIsAccepted) {
+  WriteBytes("zero.dbf", Header(0x03, 1, 97, 4) + Descriptor("NONE", 'C', 0) + Descriptor("ID", 'C', 3) +
+                             "\r abc\x1a");
+  std::unique_ptr<XBaseTable> t = Open("zero.dbf");
+  ASSERT_EQ(t->Goto(1), 1);
+  EXPECT_EQ(Data(t.get(), "NONE"), "");
+  EXPECT_EQ(Data(t.get(), "ID"), "abc");
+  t->Field("NONE")->Set("ignored", -1);
+  t->Field("ID")->Set("xyz", -1);
+  ASSERT_EQ(t->Update(), 1);
+  EXPECT_EQ(Bytes("zero.dbf").substr(97), " xyz\x1a");
+}
+
+TEST_F(XBaseTableTest, HeaderDateIsTheUTCDate) {
+  // A zone fourteen hours ahead puts the local date a day after the UTC
+  // date for most of the day.
+  const char* old = getenv("TZ");
+  std::string saved = old ? old : "";
+  setenv("TZ", "XYZ-14", 1);
+  tzset();
+  std::unique_ptr<XBaseTable> t = Stock();
+  std::string date = Bytes("stock.dbf").substr(1, 3);
+  if (old) setenv("TZ", saved.c_str(), 1); else unsetenv("TZ");
+  tzset();
+  EXPECT_EQ(date, Today());
+}
+
+}  // namespace
