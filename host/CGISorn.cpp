@@ -9,6 +9,7 @@
 
 #include "core/Error.h"
 #include "core/Output.h"
+#include "data/XBaseDatabase.h"
 #include "host/UNIXConfig.h"
 #include "host/UNIXFileManager.h"
 #include "script/Variable.h"
@@ -126,4 +127,9 @@ int CGISorn::CheckConfiguration() {
     return 0;
   }
   return 1;
+}
+
+Database* CGISorn::NewDatabase(const String& type, ScriptParser* parser, const String& name, String& error) {
+  if (type.matches("xbase3")) return new XBaseDatabase(parser, name);
+  return Sorn::NewDatabase(type, parser, name, error);
 }
