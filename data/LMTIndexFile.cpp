@@ -55,7 +55,8 @@ LMTIndexFile::LMTIndexFile(Sorn* sorn)
       cursorupdatecount_(0),
       walkdirection_(WalkNone),
       walkpushes_(0),
-      pagesread_(0) {
+      pagesread_(0),
+      updatereads_(0) {
   memset(header_, 0, sizeof header_);
 }
 
@@ -536,6 +537,7 @@ int LMTIndexFile::InsertLocked(long record, const char* key) {
   if (!ReadHeader()) return 0;
   String cut = CutKey(key);
   updatepath_.clear();
+  updatereads_ = 0;
   long child = 0, outrecord = 0;
   String outkey;
   int r = DoInsert(startingpage(), record, cut, &child, &outrecord, outkey);
@@ -555,10 +557,11 @@ int LMTIndexFile::InsertLocked(long record, const char* key) {
   return WriteHeader();
 }
 
-// A child page that is already on the way down, or a way down deeper than
-// any tree gets, can only come from a damaged file.
+// A child page that is already on the way down, a way down deeper than any
+// tree gets, or more pages than the file has, can only come from a damaged
+// file.
 LMTIndexPage* LMTIndexFile::ReadChild(long pagenumber) {
-  if (updatepath_.size() >= (size_t)kMaxDepth ||
+  if (updatepath_.size() >= (size_t)kMaxDepth || ++updatereads_ > numpages() ||
       std::find(updatepath_.begin(), updatepath_.end(), pagenumber) != updatepath_.end()) {
     CorruptError();
     return nullptr;
@@ -636,6 +639,7 @@ int LMTIndexFile::DeleteLocked(long record, const char* key) {
   if (!ReadHeader()) return 0;
   String cut = CutKey(key);
   updatepath_.clear();
+  updatereads_ = 0;
   std::unique_ptr<LMTIndexPage> root(ReadPage(startingpage()));
   if (!root) return 0;
   int r = DoDelete(DeleteSearching, nullptr, root.get(), record, cut);

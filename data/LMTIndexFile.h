@@ -216,8 +216,12 @@ class LMTIndexFile {
   WalkDirection walkdirection_;
   long walkpushes_;
   long pagesread_;
-  // Page numbers from the root down to the page an update is working on.
+  // Page numbers from the root down to the page an update is working on,
+  // and the pages an update has gone down to: a search for a key enters
+  // each page of a tree once at most, so more than numpages means the
+  // "tree" shares pages and a search could take for ever.
   std::vector<long> updatepath_;
+  long updatereads_;
 };
 
 #endif
