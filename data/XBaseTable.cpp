@@ -22,7 +22,8 @@ const char kShortRead[] = "Unexpected end of file";
 const char kShortWrite[] = "Short write";
 
 unsigned long GetLong(const unsigned char* p) {
-  return (unsigned long)p[0] | (unsigned long)p[1] << 8 | (unsigned long)p[2] << 16 | (unsigned long)p[3] << 24;
+  return (unsigned long)p[0] | (unsigned long)p[1] << 8 | (unsigned long)p[2] << 16 |
+         (unsigned long)p[3] << 24;
 }
 
 int GetShort(const unsigned char* p) { return p[0] | p[1] << 8; }
@@ -184,7 +185,8 @@ int XBaseTable::Create(const String& path, const String& displayname, const Stri
     if (f->type() == XBaseMEMO) memo = true;
 
   Close();
-  // TODO(log): the database layer logs LogFileOpened / LogFileError ("database", "creating") around this call.
+  // TODO(log): the database layer logs LogFileOpened / LogFileError ("database", "creating") around this
+  // call.
   File* file = files->Open(path, kCreateMode);
   if (file == nullptr) {
     Fail("Error creating", displayname, files->error());
@@ -340,7 +342,8 @@ int XBaseTable::ReadTableFields() {
       return 0;
     }
     if (type == XBaseMEMO) version_ = kVersionMemo;
-    fields_.Insert(NewField(this, name, (XBaseFieldType)type, d[kLengthOffset], d[kDecimalsOffset]), ListTail);
+    fields_.Insert(NewField(this, name, (XBaseFieldType)type, d[kLengthOffset], d[kDecimalsOffset]),
+                   ListTail);
   }
   PrepareRecord();
   return 1;
@@ -392,7 +395,11 @@ long XBaseTable::RecordPosition(unsigned long recno) const {
 }
 
 int XBaseTable::Goto(long recno) {
-  if (file_ == nullptr || recno < 1 || (unsigned long)recno > recordcount_) return 0;
+  if (file_ == nullptr || recno < 1 || (unsigned long)recno > recordcount_) {
+    // Callers copy the text up: out of range is a failure with nothing to say.
+    error_ = "";
+    return 0;
+  }
   long position = RecordPosition(recno);
   if (position < 0) {
     Fail("Error reading from", displayname_, kShortRead);
@@ -437,7 +444,10 @@ int XBaseTable::RefreshHeader() {
 }
 
 int XBaseTable::Update() {
-  if (file_ == nullptr || recno_ < 1) return 0;
+  if (file_ == nullptr || recno_ < 1) {
+    error_ = "";
+    return 0;
+  }
   long position = RecordPosition(recno_);
   if (position < 0) {
     Fail("Error writing to", displayname_, kShortWrite);
@@ -491,7 +501,10 @@ int XBaseTable::Append() {
 }
 
 int XBaseTable::UpdateDeleted(int flag) {
-  if (file_ == nullptr || recno_ < 1) return 0;
+  if (file_ == nullptr || recno_ < 1) {
+    error_ = "";
+    return 0;
+  }
   long position = RecordPosition(recno_);
   if (position < 0) {
     Fail("Error writing to", displayname_, kShortWrite);
@@ -608,6 +621,18 @@ long XBaseTable::WriteMemoBlock(const char* text) {
   bytes[n + 1] = kEndMark;
   if (memofile_->Lock(FileLockExclusive, 0, kMemoBlockSize) != 0) return -1;
   int ok = ReadMemoHeader();
+  if (ok) {
+    // The last text ends inside the block before the next free one, so a
+    // next free block well past the end is a damaged header; writing there
+    // would make a vast sparse file.
+    long size = memofile_->Length();
+    if (size < 0) {
+      ok = ReadFail(memofile_, memodisplayname_);
+    } else if (nextfreeblock_ * kMemoBlockSize > size + kMemoBlockSize) {
+      Fail("Error writing to", memodisplayname_, "Next free block lies beyond the end of the file");
+      ok = 0;
+    }
+  }
   if (ok && memofile_->Seek(nextfreeblock_ * kMemoBlockSize) < 0) ok = WriteFail(memofile_, memodisplayname_);
   if (ok) ok = WriteExactly(memofile_, memodisplayname_, bytes.get(), size);
   if (ok) {

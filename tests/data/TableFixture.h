@@ -3,9 +3,8 @@
 #ifndef SORN_TESTS_DATA_TABLEFIXTURE_H
 #define SORN_TESTS_DATA_TABLEFIXTURE_H
 
-#include <gtest/gtest.h>
-
 #include <ftw.h>
+#include <gtest/gtest.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <time.h>
@@ -15,8 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "data/XBaseTable.h"
 #include "core/FileManager.h"
+#include "data/XBaseTable.h"
 #include "host/CGISorn.h"
 
 class TableFixture : public ::testing::Test {

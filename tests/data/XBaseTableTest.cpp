@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-
 #include <stdlib.h>
 #include <time.h>
 
@@ -17,7 +16,8 @@ class XBaseTableTest : public TableFixture {
                                 {"OK", XBaseBOOL, 1, 0}});
   }
   std::unique_ptr<XBaseTable> Stock() {
-    std::unique_ptr<XBaseTable> t = Create("stock.dbf", {{"NAME", XBaseCHAR, 6, 0}, {"QTY", XBaseNUMBER, 3, 0}});
+    std::unique_ptr<XBaseTable> t =
+        Create("stock.dbf", {{"NAME", XBaseCHAR, 6, 0}, {"QTY", XBaseNUMBER, 3, 0}});
     Add(t.get(), {{"NAME", "ant"}, {"QTY", "1"}});
     Add(t.get(), {{"NAME", "bee"}, {"QTY", "2"}});
     Add(t.get(), {{"NAME", "cat"}, {"QTY", "3"}});
@@ -76,7 +76,8 @@ TEST_F(XBaseTableTest, AppendLaysOutRecordsAndMovesEndMark) {
   std::unique_ptr<XBaseTable> t = Items();
   Add(t.get(), {{"NAME", "Lamp"}, {"QTY", "7"}, {"PRICE", "12.50"}, {"BORN", "20240301"}, {"OK", "T"}});
   EXPECT_EQ(t->recno(), 1);
-  Add(t.get(), {{"NAME", "Desk chair"}, {"QTY", "120"}, {"PRICE", "-3.00"}, {"BORN", "19991231"}, {"OK", "F"}});
+  Add(t.get(),
+      {{"NAME", "Desk chair"}, {"QTY", "120"}, {"PRICE", "-3.00"}, {"BORN", "19991231"}, {"OK", "F"}});
   EXPECT_EQ(t->recno(), 2);
   EXPECT_EQ(t->recordcount(), 2u);
   std::string bytes = Bytes("items.dbf");
@@ -122,33 +123,35 @@ TEST_F(XBaseTableTest, FieldValuesAreCutAndTrimmedByType) {
   EXPECT_EQ(Data(t.get(), "D"), "        ");
   EXPECT_EQ(Data(t.get(), "B"), " ");
   EXPECT_EQ(Bytes("codes.dbf").substr(193), std::string(" ABCDE") + "ab    " + "    " + "        " + " " +
-                                                " " + "  x  " + "      " + "    " + "        " + " " + "\x1a");
+                                                " " + "  x  " + "      " + "    " + "        " + " " +
+                                                "\x1a");
 }
 
 TEST_F(XBaseTableTest, CreateWithMemoMakesFreshMemoFile) {
-  std::unique_ptr<XBaseTable> t = Create("notes.dbf", {{"TITLE", XBaseCHAR, 8, 0}, {"BODY", XBaseMEMO, 10, 0}});
+  std::unique_ptr<XBaseTable> t =
+      Create("notes.dbf", {{"TITLE", XBaseCHAR, 8, 0}, {"BODY", XBaseMEMO, 10, 0}});
   std::string bytes = Bytes("notes.dbf");
   EXPECT_EQ((unsigned char)bytes[0], 0x83);
-  EXPECT_EQ(bytes.substr(4),
-            Hex("00 00 00 00 61 00 13 00 00 00 00 00 00 00 00 00"
-                "00 00 00 00 00 00 00 00 00 00 00 00 54 49 54 4c"
-                "45 00 00 00 00 00 00 43 00 00 00 00 08 00 00 00"
-                "00 00 00 00 00 00 00 00 00 00 00 00 42 4f 44 59"
-                "00 00 00 00 00 00 00 4d 00 00 00 00 0a 00 00 00"
-                "00 00 00 00 00 00 00 00 00 00 00 00 0d 1a"));
+  EXPECT_EQ(bytes.substr(4), Hex("00 00 00 00 61 00 13 00 00 00 00 00 00 00 00 00"
+                                 "00 00 00 00 00 00 00 00 00 00 00 00 54 49 54 4c"
+                                 "45 00 00 00 00 00 00 43 00 00 00 00 08 00 00 00"
+                                 "00 00 00 00 00 00 00 00 00 00 00 00 42 4f 44 59"
+                                 "00 00 00 00 00 00 00 4d 00 00 00 00 0a 00 00 00"
+                                 "00 00 00 00 00 00 00 00 00 00 00 00 0d 1a"));
   std::string memo = Bytes("notes.dbt");
   EXPECT_EQ(memo, Hex("01 00 00 00") + std::string(508, '\0') + "\x1a");
   EXPECT_EQ(t->memodisplayname(), "notes.dbt");
 }
 
 TEST_F(XBaseTableTest, MemoTextsStartAtBlockBoundaries) {
-  std::unique_ptr<XBaseTable> t = Create("notes.dbf", {{"TITLE", XBaseCHAR, 8, 0}, {"BODY", XBaseMEMO, 10, 0}});
+  std::unique_ptr<XBaseTable> t =
+      Create("notes.dbf", {{"TITLE", XBaseCHAR, 8, 0}, {"BODY", XBaseMEMO, 10, 0}});
   Add(t.get(), {{"TITLE", "one"}, {"BODY", "hello"}});
   Add(t.get(), {{"TITLE", "two"}, {"BODY", "second text"}});
   // An empty text takes no block and leaves ten blanks.
   Add(t.get(), {{"TITLE", "three"}, {"BODY", ""}});
-  EXPECT_EQ(Bytes("notes.dbf").substr(97), std::string(" one     ") + "         1" + " two     " + "         2" +
-                                                       " three   " + "          " + "\x1a");
+  EXPECT_EQ(Bytes("notes.dbf").substr(97), std::string(" one     ") + "         1" + " two     " +
+                                               "         2" + " three   " + "          " + "\x1a");
   std::string memo = Bytes("notes.dbt");
   ASSERT_EQ(memo.size(), 1037u);
   EXPECT_EQ(memo.substr(0, 4), Hex("03 00 00 00"));
@@ -298,8 +301,23 @@ TEST_F(XBaseTableTest, SwapOriginalShowsTheRecordAsOnDisk) {
 TEST_F(XBaseTableTest, ReadsTableWrittenElsewhere) {
   std::string file = Header(0x03, 4, 161, 21) + Descriptor("NAME", 'C', 8) + Descriptor("AGE", 'N', 3) +
                      Descriptor("SINCE", 'D', 8) + Descriptor("VIP", 'L', 1) + "\r" +
-                     " Ann     " " 42" "20010915" "Y" "*Bob     " "  7" "        " "n" "x  Cy    " "   " "19800229" "t"
-                     "         " "100" "19991231" "?" "\x1a";
+                     " Ann     "
+                     " 42"
+                     "20010915"
+                     "Y"
+                     "*Bob     "
+                     "  7"
+                     "        "
+                     "n"
+                     "x  Cy    "
+                     "   "
+                     "19800229"
+                     "t"
+                     "         "
+                     "100"
+                     "19991231"
+                     "?"
+                     "\x1a";
   WriteBytes("people.dbf", file);
   std::unique_ptr<XBaseTable> t = Open("people.dbf");
   EXPECT_EQ(t->recordcount(), 4u);
@@ -319,6 +337,10 @@ TEST_F(XBaseTableTest, ReadsTableWrittenElsewhere) {
             "0[][100][19991231][?]\n");
   EXPECT_EQ(t->Goto(5), 0);
   EXPECT_EQ(t->Goto(0), 0);
+  EXPECT_EQ(t->error(), "");
+  // Out of range says nothing, even after a failure that did.
+  t->Error("stale");
+  EXPECT_EQ(t->Goto(5), 0);
   EXPECT_EQ(t->error(), "");
 }
 
@@ -349,7 +371,8 @@ TEST_F(XBaseTableTest, OpenFailuresNameTheFileAsDisplayed) {
   EXPECT_EQ(t->Open(String(P("badver.dbf").c_str()), "badver.dbf", 3), 0);
   EXPECT_EQ(t->error(), "'badver.dbf': Unsupported xBase file version (0x30)");
 
-  WriteBytes("badtype.dbf", Header(0x03, 0, 97, 12) + Descriptor("ID", 'C', 3) + Descriptor("PAY", 'F', 8) + "\r\x1a");
+  WriteBytes("badtype.dbf",
+             Header(0x03, 0, 97, 12) + Descriptor("ID", 'C', 3) + Descriptor("PAY", 'F', 8) + "\r\x1a");
   EXPECT_EQ(t->Open(String(P("badtype.dbf").c_str()), "badtype.dbf", 3), 0);
   EXPECT_EQ(t->error(), "'badtype.dbf' contains an unsupported field of type 'F'");
 
@@ -389,9 +412,16 @@ TEST_F(XBaseTableTest, CreateFailuresAndMissingFiles) {
 }
 
 TEST_F(XBaseTableTest, ReadsMemoWrittenElsewhere) {
-  std::string head = Header(0x83, 5, 97, 17) + Descriptor("TITLE", 'C', 6) + Descriptor("BODY", 'M', 10) + "\r";
-  WriteBytes("memos.dbf", head + " first          1" " lead0 0000000003" " blank           " " zero           0"
-                                 " tail           4" " far  9999999999" "\x1a");
+  std::string head =
+      Header(0x83, 5, 97, 17) + Descriptor("TITLE", 'C', 6) + Descriptor("BODY", 'M', 10) + "\r";
+  WriteBytes("memos.dbf", head +
+                              " first          1"
+                              " lead0 0000000003"
+                              " blank           "
+                              " zero           0"
+                              " tail           4"
+                              " far  9999999999"
+                              "\x1a");
   // Patch the count to six records.
   std::string dbf = Bytes("memos.dbf");
   dbf[4] = 6;
@@ -417,8 +447,8 @@ TEST_F(XBaseTableTest, ReadsMemoWrittenElsewhere) {
 }
 
 TEST_F(XBaseTableTest, ZeroLengthFieldIsAccepted) {
-  WriteBytes("zero.dbf", Header(0x03, 1, 97, 4) + Descriptor("NONE", 'C', 0) + Descriptor("ID", 'C', 3) +
-                             "\r abc\x1a");
+  WriteBytes("zero.dbf",
+             Header(0x03, 1, 97, 4) + Descriptor("NONE", 'C', 0) + Descriptor("ID", 'C', 3) + "\r abc\x1a");
   std::unique_ptr<XBaseTable> t = Open("zero.dbf");
   ASSERT_EQ(t->Goto(1), 1);
   EXPECT_EQ(Data(t.get(), "NONE"), "");
@@ -438,7 +468,10 @@ TEST_F(XBaseTableTest, HeaderDateIsTheUTCDate) {
   tzset();
   std::unique_ptr<XBaseTable> t = Stock();
   std::string date = Bytes("stock.dbf").substr(1, 3);
-  if (old) setenv("TZ", saved.c_str(), 1); else unsetenv("TZ");
+  if (old)
+    setenv("TZ", saved.c_str(), 1);
+  else
+    unsetenv("TZ");
   tzset();
   EXPECT_EQ(date, Today());
 }

@@ -1,0 +1,98 @@
+// Several processes on one table: the record locks make a reader wait for
+// a writer, and the header lock serialises appenders.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/data/TableFixture.h"
+
+namespace {
+
+class XBaseTableLockTest : public TableFixture {
+ protected:
+  static long Milliseconds() {
+    struct timeval tv;
+    gettimeofday(&tv, nullptr);
+    return tv.tv_sec * 1000L + tv.tv_usec / 1000;
+  }
+};
+
+TEST_F(XBaseTableLockTest, GotoWaitsForAWriterOfTheRecord) {
+  {
+    std::unique_ptr<XBaseTable> t = Create("w.dbf", {{"NAME", XBaseCHAR, 8, 0}});
+    Add(t.get(), {{"NAME", "one"}});
+    Add(t.get(), {{"NAME", "two"}});
+  }
+  std::unique_ptr<XBaseTable> t = Open("w.dbf");
+  int ready[2];
+  ASSERT_EQ(pipe(ready), 0);
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    // Another process holds record 2 (offset 65 + 9, 9 bytes) for writing.
+    int fd = open(P("w.dbf").c_str(), O_RDWR);
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = 65 + 9;
+    lock.l_len = 9;
+    fcntl(fd, F_SETLKW, &lock);
+    if (write(ready[1], "x", 1) != 1) _exit(1);
+    usleep(400 * 1000);
+    _exit(0);
+  }
+  char c;
+  ASSERT_EQ(read(ready[0], &c, 1), 1);
+  // Record 1 is free at once; record 2 only when the writer lets go.
+  long start = Milliseconds();
+  ASSERT_EQ(t->Goto(1), 1);
+  EXPECT_LT(Milliseconds() - start, 300);
+  ASSERT_EQ(t->Goto(2), 1);
+  EXPECT_GE(Milliseconds() - start, 300);
+  EXPECT_EQ(Data(t.get(), "NAME"), "two");
+  int status;
+  waitpid(child, &status, 0);
+  close(ready[0]);
+  close(ready[1]);
+}
+
+TEST_F(XBaseTableLockTest, ConcurrentAppendersLoseNoRecord) {
+  Create("a.dbf", {{"NAME", XBaseCHAR, 8, 0}, {"N", XBaseNUMBER, 4, 0}});
+  const int kProcesses = 3, kRecords = 150;
+  pid_t children[kProcesses];
+  for (int p = 0; p < kProcesses; p++) {
+    children[p] = fork();
+    ASSERT_GE(children[p], 0);
+    if (children[p] == 0) {
+      XBaseTable table(&sorn_);
+      if (!table.Open(String(P("a.dbf").c_str()), "a.dbf", 3)) _exit(2);
+      for (int i = 0; i < kRecords; i++) {
+        std::string name = "p" + std::to_string(p);
+        table.Field("NAME")->Set(name.c_str(), -1);
+        table.Field("N")->Set(std::to_string(i).c_str(), -1);
+        if (!table.Append()) _exit(3);
+      }
+      _exit(0);
+    }
+  }
+  for (pid_t child : children) {
+    int status;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  }
+  std::unique_ptr<XBaseTable> t = Open("a.dbf");
+  ASSERT_EQ(t->recordcount(), (unsigned long)(kProcesses * kRecords));
+  EXPECT_EQ(Bytes("a.dbf").size(), 97u + 13u * kProcesses * kRecords + 1u);
+  // Each process's records are all there, in its own order.
+  int next[kProcesses] = {};
+  for (long r = 1; r <= kProcesses * kRecords; r++) {
+    ASSERT_EQ(t->Goto(r), 1);
+    int p = Data(t.get(), "NAME")[1] - '0';
+    ASSERT_TRUE(p >= 0 && p < kProcesses);
+    EXPECT_EQ(Data(t.get(), "N"), std::to_string(next[p]++));
+  }
+}
+
+}  // namespace
