@@ -155,7 +155,9 @@ int XBaseDatabase::SetPrimaryIndex(const String& name) {
 
 int XBaseDatabase::ParseFieldSpecification(const String& text, List<XBaseField>& fields, String& error) {
   List<String> entries(1);
-  SplitAtCommas(text, entries);
+  // No text at all defines no fields; an empty piece between commas is a
+  // dangling comma.
+  if (!Stripped(text).empty()) SplitAtCommas(text, entries);
   for (String* piece = entries.First(); piece != nullptr; piece = entries.Next()) {
     String entry = Stripped(*piece);
     int blank = -1;
