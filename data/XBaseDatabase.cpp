@@ -9,10 +9,12 @@
 
 namespace {
 
-String Decimal(int n) {
-  char text[32];
-  snprintf(text, sizeof text, "%d", n);
-  return String(text);
+// A size as atoi reads it, held within a billion either way so that adding
+// two of them cannot overflow.
+long Size(const String& text) {
+  long n = strtol(text.chars(), nullptr, 10);
+  const long limit = 1000000000L;
+  return n > limit ? limit : n < -limit ? -limit : n;
 }
 
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
@@ -192,7 +194,9 @@ int XBaseDatabase::ParseFieldSpecification(const String& text, List<XBaseField>&
     String word = type.contains('(') ? Stripped(type.before("(")) : type;
     String size, rest;
     XBaseFieldType kind;
-    int length = 0, decimals = 0;
+    // Sizes are read as long, so that no text of digits can overflow the
+    // sum of the digits, the point and the decimals.
+    long length = 0, decimals = 0;
     if (word.matches("CHAR")) {
       if (!SizeOf(type, size, rest)) {
         error = "Error in field specification: CHAR datatypes require a length";
@@ -202,7 +206,7 @@ int XBaseDatabase::ParseFieldSpecification(const String& text, List<XBaseField>&
         error = "Unexpected '" + rest + "' following field declaration";
         return 0;
       }
-      length = atoi(size.chars());
+      length = Size(size);
       if (length >= 255) {
         error = "CHAR fields may\tonly be\t254 characters long, field '" + name + "' is " + Decimal(length) +
                 " characters long";
@@ -217,8 +221,8 @@ int XBaseDatabase::ParseFieldSpecification(const String& text, List<XBaseField>&
           return 0;
         }
         if (!Stripped(size).empty()) {
-          length = atoi(size.before(".").chars());
-          decimals = size.contains('.') ? atoi(size.after(".").chars()) : 0;
+          length = Size(size.before("."));
+          decimals = size.contains('.') ? Size(size.after(".")) : 0;
           if (decimals != 0) length += 1 + decimals;
         }
       }
@@ -246,7 +250,7 @@ int XBaseDatabase::ParseFieldSpecification(const String& text, List<XBaseField>&
       error = "Error in field specification: the size of field '" + name + "' is out of range";
       return 0;
     }
-    fields.Insert(new XBaseField(nullptr, name.chars(), kind, length, decimals));
+    fields.Insert(new XBaseField(nullptr, name.chars(), kind, (int)length, (int)decimals));
   }
   if (fields.Entries() == 0) {
     error = "Field specification does not define any\tfields";

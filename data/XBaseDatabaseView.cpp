@@ -311,14 +311,11 @@ int XBaseDatabaseView::RevealStructure(const String& path) {
   List<XBaseField>* out = structure.fields();
   for (XBaseField* field = described->First(); field != nullptr; field = described->Next()) {
     char letter[2] = {XBaseFieldLetter(field->type()), 0};
-    char length[32], decimals[32];
-    snprintf(length, sizeof length, "%d", field->length());
-    snprintf(decimals, sizeof decimals, "%d", field->decimalcount());
     XBaseField* column = out->First();
     column->Set(String(field->name()));
     out->Next()->Set(String(letter));
-    out->Next()->Set(String(length));
-    out->Next()->Set(String(decimals));
+    out->Next()->Set(Decimal(field->length()));
+    out->Next()->Set(Decimal(field->decimalcount()));
     if (!structure.Append()) {
       Error(structure.error());
       structure.Close();

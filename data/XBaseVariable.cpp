@@ -1,5 +1,6 @@
 #include "data/XBaseVariable.h"
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -9,10 +10,12 @@
 
 namespace {
 
-String Number(long n) {
-  char text[32];
-  snprintf(text, sizeof text, "%ld", n);
-  return String(text);
+// atoi and atol without their undefined behaviour on overflow: values
+// beyond the range saturate.
+long ToLong(const char* text) { return strtol(text, nullptr, 10); }
+int ToInt(const char* text) {
+  long n = ToLong(text);
+  return n > INT_MAX ? INT_MAX : n < INT_MIN ? INT_MIN : (int)n;
 }
 
 // The stored text of a DATE field, padded with blanks to the field's length
@@ -122,25 +125,27 @@ long XBaseDateTimeTVariable::TimeFromUTC(int year, int month, int day, int hour,
 
 String& XBaseDateTimeTVariable::value() {
   String text = FieldText();
-  int year = atoi(Part(text, 0, 4).chars());
-  int month = atoi(Part(text, 4, 6).chars());
-  int day = atoi(Part(text, 6, 8).chars());
+  int year = ToInt(Part(text, 0, 4).chars());
+  int month = ToInt(Part(text, 4, 6).chars());
+  int day = ToInt(Part(text, 6, 8).chars());
   time_t t = (time_t)TimeFromUTC(year, month, day, 0, 0, 0);
   struct tm local;
   long result = (long)t + timezone;
   if (localtime_r(&t, &local) != nullptr && local.tm_isdst > 0) result -= 3600;
-  value_ = Number(result);
+  value_ = Decimal(result);
   return value_;
 }
 
 String XBaseDateTimeTVariable::ToDate(const String& value) {
-  long n = atol(value.chars());
+  long n = ToLong(value.chars());
   if (n < 0) return String("19700101");
   time_t t = (time_t)n;
   struct tm local;
   if (localtime_r(&t, &local) == nullptr) return String("19700101");
   char text[64];
-  snprintf(text, sizeof text, "%04d%02d%02d", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
+  // A time value far in the future has a year that tm_year + 1900 would
+  // overflow as an int.
+  snprintf(text, sizeof text, "%04ld%02d%02d", (long)local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
   return String(text);
 }
 
@@ -160,7 +165,7 @@ String& XBaseDateMonthVariable::value() {
 }
 
 int XBaseDateMonthVariable::SetValue(const String& value) {
-  int month = atoi(value.chars());
+  int month = ToInt(value.chars());
   if (month < 1 || month > 12) {
     error_ = "Invalid month";
     return 0;
@@ -177,7 +182,7 @@ String& XBaseDateDayVariable::value() {
 }
 
 int XBaseDateDayVariable::SetValue(const String& value) {
-  int day = atoi(value.chars());
+  int day = ToInt(value.chars());
   if (day < 0 || day > 31) {
     error_ = "Invalid day";
     return 0;
@@ -194,7 +199,7 @@ String& XBaseDateYearVariable::value() {
 }
 
 int XBaseDateYearVariable::SetValue(const String& value) {
-  int year = atoi(value.chars());
+  int year = ToInt(value.chars());
   if (year < 0 || year > 9999) {
     error_ = "Invalid year";
     return 0;
@@ -206,12 +211,12 @@ int XBaseDateYearVariable::SetValue(const String& value) {
 }
 
 String& XBaseTotalRecordsVariable::value() {
-  value_ = Number((long)table_->recordcount());
+  value_ = Decimal((long)table_->recordcount());
   return value_;
 }
 
 String& XBaseRecordNumberVariable::value() {
-  value_ = Number(table_->recno());
+  value_ = Decimal(table_->recno());
   return value_;
 }
 

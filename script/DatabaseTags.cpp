@@ -105,13 +105,13 @@ int ScriptState::ProcessViewTag(Tag* tag) {
   int status = ViewFailure;
   switch (tag->id()) {
     case TagSnSKIP: {
-      long rows = atoi(tag->Value("ROWS").chars());
+      long rows = strtol(tag->Value("ROWS").chars(), nullptr, 10);
       status = view->Skip(rows);
       break;
     }
     case TagSnGO: {
       String row = tag->Value("ROW");
-      status = view->Go(row.matches("top") ? (long)ViewTop : row.matches("bottom") ? (long)ViewBottom : atol(row.chars()));
+      status = view->Go(row.matches("top") ? (long)ViewTop : row.matches("bottom") ? (long)ViewBottom : strtol(row.chars(), nullptr, 10));
       break;
     }
     case TagSnFIND:
