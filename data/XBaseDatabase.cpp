@@ -500,7 +500,7 @@ int XBaseDatabase::Pack() {
   packedindexes.Dump();
   delete packed;
   if (ok) {
-    // TODO(log): LogFileClosed (path, "database") for the packed table and each index
+    // TODO(log): LogFileClosed (path, "database")
     table_.Close();
     for (XBaseIndex* index = indexes_.First(); index != nullptr; index = indexes_.Next()) index->Close();
     ok = RenameTemporaries(temporaries);
@@ -563,7 +563,6 @@ int XBaseDatabase::Reindex() {
   fresh.Dump();
   int closed = 0;
   if (ok) {
-    // TODO(log): LogFileClosed (path, "index") for each rebuilt index
     for (XBaseIndex* index = indexes_.First(); index != nullptr; index = indexes_.Next()) index->Close();
     closed = 1;
     ok = RenameTemporaries(temporaries);

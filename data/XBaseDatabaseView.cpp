@@ -240,7 +240,6 @@ int XBaseDatabaseView::Update() {
     table_->SwapOriginal();
     if (!ok) return ViewFailure;
     if (strcmp(newkey.chars(), oldkey.chars()) == 0) continue;
-    // TODO(log): database update of an index entry (index, record)
     if (!index->Delete(record, oldkey) || !index->Insert(record, newkey) || !index->Seek(newkey, record)) {
       Error(index->error());
       return ViewFailure;
