@@ -9,7 +9,8 @@
 
 void LMTIndexChecker::Problem(const String& text) {
   if (problems_.size() < (size_t)kMaxProblems) problems_.push_back(text);
-  if (problems_.size() == (size_t)kMaxProblems) problems_.back() = "too many problems; the check stopped here";
+  if (problems_.size() == (size_t)kMaxProblems)
+    problems_.back() = "too many problems; the check stopped here";
 }
 
 void LMTIndexChecker::CheckEntry(long pagenumber, int i, const char* key, long record, long recordcount) {
@@ -93,7 +94,8 @@ int LMTIndexChecker::Check(long recordcount) {
       continue;
     }
     int slot = frame.next++;
-    if (slot > 0) CheckEntry(page->pagenumber(), slot - 1, page->key(slot - 1), page->recordnum(slot - 1), recordcount);
+    if (slot > 0)
+      CheckEntry(page->pagenumber(), slot - 1, page->key(slot - 1), page->recordnum(slot - 1), recordcount);
     long child = page->childpage(slot);
     if (child != 0) enter(page->pagenumber(), slot, child, frame.depth + 1);
   }

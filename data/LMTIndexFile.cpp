@@ -116,9 +116,7 @@ bool LMTIndexFile::GeometryUsable() const {
   return order() >= 2 && order() <= most - 1;
 }
 
-void LMTIndexFile::ReadError() {
-  error_ = "Error reading from '" + displayname_ + "': " + file_->error();
-}
+void LMTIndexFile::ReadError() { error_ = "Error reading from '" + displayname_ + "': " + file_->error(); }
 
 void LMTIndexFile::CorruptError() { error_ = "Error reading from '" + displayname_ + "': File is corrupt"; }
 

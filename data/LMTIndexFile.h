@@ -84,9 +84,12 @@ class LMTIndexFile {
   bool isopen() const { return file_ != nullptr; }
 
   // Cursor operations. `lock` nonzero takes and releases the read lock.
-  // _Find stands on the leftmost key equal to `key` (exact nonzero) or
-  // beginning with it (exact 0); with no match *recno is 0 and the cursor
-  // stays where the key would go.
+  // Keys longer than keysize() - 1 bytes are cut first. _Find stands on the
+  // leftmost key equal to `key` (exact nonzero) or beginning with it (exact
+  // 0); with no match *recno is 0 and the cursor stays where the key would
+  // go. When the read lock fails, _Find and _Seek return 0, while _First,
+  // _Next, _Prev and _Last return 1 with *recno 0 (the end, as far as a
+  // caller walking the index can tell) and the message in error().
   int _Find(const char* key, int exact, long* recno, int lock);
   // Stands on the entry of that key and record; when there is none it ends
   // with success and an empty path. *found, when given, gets recno when the
@@ -113,8 +116,8 @@ class LMTIndexFile {
   // also refuses a geometry no page could be laid out in.
   int ReadHeader();
   int WriteHeader();
-  // Reads one page for an update, refusing a page number above numpages.
-  // Null on failure with the message in error(); the caller owns the page.
+  // Reads one page, refusing a page number above numpages. Null on failure
+  // with the message in error(); the caller owns the page.
   LMTIndexPage* ReadPage(long pagenumber);
 
   // Header fields.

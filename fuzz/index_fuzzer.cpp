@@ -1,4 +1,5 @@
-// Feeds damaged index files (.snx) to the index classes: open, walks both ways, finds, the checker, an insert and a delete.
+// Feeds damaged index files (.snx) to the index classes: open, walks both ways, finds, the checker, an insert
+// and a delete.
 #include <string>
 
 #include "data/LMTIndexChecker.h"
@@ -12,7 +13,8 @@ namespace {
 void Walk(LMTIndexFile& index, bool forward, int steps) {
   long recno = 0;
   int ok = forward ? index._First(&recno, 1) : index._Last(&recno, 1);
-  for (int i = 0; ok && recno != 0 && i < steps; i++) ok = forward ? index._Next(&recno, 1) : index._Prev(&recno, 1);
+  for (int i = 0; ok && recno != 0 && i < steps; i++)
+    ok = forward ? index._Next(&recno, 1) : index._Prev(&recno, 1);
 }
 
 }  // namespace

@@ -19,7 +19,9 @@
 class IndexFixture : public ::testing::Test {
  protected:
   // The file the index has open unless another is named.
-  std::string Path(const char* name = nullptr) { return host_.directory_ + "/" + (name ? name : name_.c_str()); }
+  std::string Path(const char* name = nullptr) {
+    return host_.directory_ + "/" + (name ? name : name_.c_str());
+  }
 
   void Create(long flags = 0, const char* name = "x.snx") {
     name_ = name;
@@ -74,8 +76,8 @@ class IndexFixture : public ::testing::Test {
     std::string text;
     for (uint32_t i = 0; i < n && 4 + (i + 1) * 108 <= 1024; i++) {
       const unsigned char* slot = p + 4 + i * 108;
-      text += std::to_string(LMTIndexPage::Get32(slot)) + "|" + std::to_string(LMTIndexPage::Get32(slot + 4)) +
-              ":" + std::string((const char*)slot + 8) + " ";
+      text += std::to_string(LMTIndexPage::Get32(slot)) + "|" +
+              std::to_string(LMTIndexPage::Get32(slot + 4)) + ":" + std::string((const char*)slot + 8) + " ";
     }
     if (bytes.size() < 1024 || n > 9) return text + "?";
     return text + std::to_string(LMTIndexPage::Get32(p + 4 + n * 108));

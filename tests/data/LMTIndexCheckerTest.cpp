@@ -50,9 +50,10 @@ TEST_F(LMTIndexCheckerTest, EachDamageItsLine) {
   Patch32(1024 * 2 + 4 + 4 * 108, 0);
 
   Patch32(1024 * 1, 10);
-  EXPECT_EQ(Problems(9),
-            "page 3 child 0: Error reading from 'x.snx': File is corrupt (the number of entries is larger than "
-            "the maximum entries possible).\n");
+  EXPECT_EQ(
+      Problems(9),
+      "page 3 child 0: Error reading from 'x.snx': File is corrupt (the number of entries is larger than "
+      "the maximum entries possible).\n");
   Patch32(1024 * 1, 4);
   EXPECT_EQ(Problems(9), "");
 }
