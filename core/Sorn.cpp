@@ -45,6 +45,40 @@ void Sorn::AddPackage(const String& code, const String& name, const String& desc
   packages_.Insert(new Package(code, name, description, version, path, defaultpath), ListTail);
 }
 
-DatabaseView* Sorn::FindDatabaseView(const String&) { return nullptr; }
+void Sorn::AddDatabase(Database* database) { databases_.Insert(database, ListHead); }
+
+void Sorn::RemoveDatabase(Database* database) {
+  if (databases_.Seek(database) != nullptr) databases_.Remove();
+}
+
+Database* Sorn::FindDatabase(const String& name) { return databases_.Find(name.chars()); }
+
+Database* Sorn::PrimaryDB() { return databases_.First(); }
+
+void Sorn::SetPrimaryDB(Database* database) {
+  if (databases_.Seek(database) == nullptr) return;
+  databases_.Remove();
+  databases_.Insert(database, ListHead);
+}
+
+DatabaseView* Sorn::FindDatabaseView(const String& alias) {
+  // Variable lookup runs in the middle of walks over these lists, so the
+  // cursors are left where they were.
+  Database* cursor = databases_.Current();
+  DatabaseView* found = nullptr;
+  for (Database* db = databases_.First(); db != nullptr && found == nullptr; db = databases_.Next()) {
+    SearchableList<DatabaseView>* views = db->views();
+    DatabaseView* viewcursor = views->Current();
+    found = views->Find(alias.chars());
+    views->Seek(viewcursor);
+  }
+  databases_.Seek(cursor);
+  return found;
+}
+
+Database* Sorn::NewDatabase(const String& type, ScriptParser*, const String&, String& error) {
+  error = "Unsupported database type '" + type + "'";
+  return nullptr;
+}
 
 const char* ElementName(const Database* database) { return database->name().chars(); }

@@ -20,6 +20,7 @@ class LogFile;
 class Module;
 class NetworkManager;
 class Output;
+class ScriptParser;
 class Variable;
 class VariableList;
 class Variables;
@@ -86,8 +87,20 @@ class Sorn {
   virtual void AddSiteVariable(const String& name, const String& value);
   virtual Variables* vars() { return vars_; }
   virtual VariableList* environment() { return environment_; }
+  // The open databases; the head is the primary one. AddDatabase puts a
+  // database at the head and takes it over; RemoveDatabase unlinks it and
+  // hands it back to the caller.
+  virtual void AddDatabase(Database* database);
+  virtual void RemoveDatabase(Database* database);
+  virtual Database* FindDatabase(const String& name);
+  virtual Database* PrimaryDB();
+  virtual void SetPrimaryDB(Database* database);
+  // The first view of that name over all open databases, in list order.
   virtual DatabaseView* FindDatabaseView(const String& alias);
   virtual SearchableList<Database>* databases() { return &databases_; }
+  // A new database object of the named type, or null with error set to
+  // "Unsupported database type '{type}'". The host supplies the drivers.
+  virtual Database* NewDatabase(const String& type, ScriptParser* parser, const String& name, String& error);
   // The module of that path, opened once; null with error set on failure.
   virtual Module* FindModule(const String& path, String& error);
   virtual void SetCurrentModule(Module* module) { currentmodule_ = module; }

@@ -11,6 +11,7 @@
 #include "core/Error.h"
 #include "core/Output.h"
 #include "host/CGINetworkManager.h"
+#include "data/XBaseDatabase.h"
 #include "host/UNIXConfig.h"
 #include "host/UNIXFileManager.h"
 #include "host/UNIXLogFile.h"
@@ -208,4 +209,9 @@ void CGISorn::SetPathVariable() {
   pathenv_ = new char[text.length() + 1];
   memcpy(pathenv_, text.chars(), (size_t)text.length() + 1);
   putenv(pathenv_);
+}
+
+Database* CGISorn::NewDatabase(const String& type, ScriptParser* parser, const String& name, String& error) {
+  if (type.matches("xbase3")) return new XBaseDatabase(parser, name);
+  return Sorn::NewDatabase(type, parser, name, error);
 }

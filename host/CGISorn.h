@@ -58,6 +58,9 @@ class CGISorn : public Sorn {
   String Crypt(const String& text, const String& salt) override;
   String MakeSessionID() override;
 
+  // The database drivers: "xbase3" (any letter case) is the only one.
+  Database* NewDatabase(const String& type, ScriptParser* parser, const String& name, String& error) override;
+
   Config* config() override;
   LogFile* logfile() override;
   FileManager* filemanager() override;

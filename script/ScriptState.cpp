@@ -43,27 +43,39 @@ int ScriptState::ProcessTag(Tag* tag) {
     case TagFILE:
     case TagLOOMTEXT:
     case TagSnCOMMERCE:
+      return NotAvailable(tag);
     case TagSnOPEN:
+      return ProcessSnOPEN(tag);
+    case TagSnCREATE:
+      return ProcessSnCREATE(tag);
     case TagSnCLOSE:
+      return ProcessSnCLOSE(tag);
     case TagSnSKIP:
     case TagSnGO:
-    case TagSnPRIMARY:
     case TagSnFIND:
-    case TagSnSETINDEX:
+    case TagSnFILTER:
     case TagSnUPDATE:
     case TagSnDELETE:
     case TagSnUNDELETE:
     case TagSnADD:
-    case TagSnMAKEINDEX:
-    case TagSnPACK:
-    case TagSnREINDEX:
-    case TagSnCREATE:
     case TagSnREVEALSTRUCTURE:
+      return ProcessViewTag(tag);
+    case TagSnPRIMARY:
+      return ProcessSnPRIMARY(tag);
+    case TagSnSETINDEX:
+      return ProcessSnSETINDEX(tag);
+    case TagSnMAKEINDEX:
+      return ProcessSnMAKEINDEX(tag);
+    case TagSnPACK:
+      return ProcessSnPACK(tag);
+    case TagSnREINDEX:
+      return ProcessSnREINDEX(tag);
     case TagSnOPENVIEW:
+      return ProcessSnOPENVIEW(tag);
     case TagSnCLOSEVIEW:
+      return ProcessSnCLOSEVIEW(tag);
     case TagSnQUERY:
-    case TagSnFILTER:
-      return NotAvailable(tag);
+      return ProcessSnQUERY(tag);
     case TagCALL:
     case TagSnCALL:
       return ProcessSnCALL(tag);

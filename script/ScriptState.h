@@ -6,6 +6,8 @@
 
 #include "core/String.h"
 
+class Database;
+class DatabaseView;
 class ScriptParser;
 class Tag;
 
@@ -63,6 +65,29 @@ class ScriptState {
   int ProcessSnSMTP(Tag* tag);
   int ProcessSnPOP(Tag* tag);
   int ProcessMAIL(Tag* tag);
+  // Databases (DatabaseTags.cpp). GetDatabase finds the database of NAME
+  // (or the primary one) and, when the tag has a VIEW attribute, its view;
+  // on failure *database is null and the result is the handler's.
+  int GetDatabase(Tag* tag, Database** database, DatabaseView** view);
+  // The same, falling back to the primary view when the tag names none.
+  int GetDatabaseView(Tag* tag, Database** database, DatabaseView** view);
+  // The handler result of a view operation's status.
+  int ViewResult(Tag* tag, DatabaseView* view, int status);
+  int OpenOrCreateDatabase(Tag* tag, int create);
+  int ProcessSnOPEN(Tag* tag);
+  int ProcessSnCREATE(Tag* tag);
+  int ProcessSnCLOSE(Tag* tag);
+  // SnSKIP, SnGO, SnFIND, SnFILTER, SnUPDATE, SnDELETE, SnUNDELETE, SnADD
+  // and SnREVEALSTRUCTURE: one view operation each.
+  int ProcessViewTag(Tag* tag);
+  int ProcessSnPRIMARY(Tag* tag);
+  int ProcessSnSETINDEX(Tag* tag);
+  int ProcessSnMAKEINDEX(Tag* tag);
+  int ProcessSnPACK(Tag* tag);
+  int ProcessSnREINDEX(Tag* tag);
+  int ProcessSnOPENVIEW(Tag* tag);
+  int ProcessSnCLOSEVIEW(Tag* tag);
+  int ProcessSnQUERY(Tag* tag);
   // Tags whose subsystems are not in the engine yet.
   int NotAvailable(Tag* tag);
 
