@@ -16,6 +16,7 @@ class Database;
 class DatabaseView;
 class Error;
 class FileManager;
+class LogFile;
 class Module;
 class Output;
 class Variable;
@@ -55,6 +56,8 @@ class Sorn {
   // Reads up to size bytes of the request body; -1 on failure.
   virtual int ReadContent(char* buffer, int size) = 0;
   virtual Config* config() = 0;
+  // The event log; null until the configuration has been processed.
+  virtual LogFile* logfile() = 0;
   virtual FileManager* filemanager() = 0;
   virtual String basename() = 0;
   virtual String hostname() = 0;

@@ -7,6 +7,7 @@
 class StandardOutput;
 class UNIXConfig;
 class UNIXFileManager;
+class UNIXLogFile;
 
 class CGISorn : public Sorn {
  public:
@@ -57,6 +58,7 @@ class CGISorn : public Sorn {
   String MakeSessionID() override;
 
   Config* config() override;
+  LogFile* logfile() override;
   FileManager* filemanager() override;
   String basename() override { return basename_; }
   String hostname() override;
@@ -77,6 +79,7 @@ class CGISorn : public Sorn {
   String basename_;
   volatile int signalled_;
   UNIXConfig* config_;
+  UNIXLogFile* logfile_;
   UNIXFileManager* filemanager_;
   StandardOutput* output_;
   String scriptdirectory_;
