@@ -30,7 +30,8 @@ class TarTest : public ::testing::Test {
 
   std::string P(const std::string& rel) const { return root_ + "/" + rel; }
   void Shell(const std::string& command) {
-    ASSERT_EQ(system(("cd " + root_ + " && " + command).c_str()), 0) << command;
+    // A configured request of an earlier test leaves PATH as its path key.
+    ASSERT_EQ(system(("PATH=/usr/bin:/bin; cd " + root_ + " && " + command).c_str()), 0) << command;
   }
   std::string Read(const std::string& rel) {
     std::ifstream in(P(rel), std::ios::binary);
