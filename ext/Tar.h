@@ -41,7 +41,7 @@ enum TarType {
   TarHardLink = 1,
   TarSymbolicLink = 2,
   TarDirectory = 3,
-  TarOther = 4,     // devices, pipes, extension headers, unknown flags
+  TarOther = 4,  // devices, pipes, extension headers, unknown flags
   TarZeroBlock = 5,
 };
 

@@ -1,4 +1,4 @@
-// Feeds any bytes as the tar archive of a package to sorn_package_extract on a configured request, and aborts if anything lands outside the script directory.
+// Feeds any bytes to sorn_package_extract as a package's tar archive; aborts if a name leaves the site.
 #include <dirent.h>
 #include <ftw.h>
 #include <stdlib.h>
@@ -57,8 +57,8 @@ struct Site {
     char* argv[] = {(char*)host.program.c_str(), nullptr};
     sorn = new CGISorn(1, argv);
     String path, name;
-    ready = sorn->LoadConfiguration() && sorn->CheckConfiguration() && sorn->GetScriptInformation(path, name) &&
-            sorn->ProcessConfiguration(path, name);
+    ready = sorn->LoadConfiguration() && sorn->CheckConfiguration() &&
+            sorn->GetScriptInformation(path, name) && sorn->ProcessConfiguration(path, name);
   }
   FuzzHost& host;
   CGISorn* sorn;

@@ -1,6 +1,5 @@
-#include <gtest/gtest.h>
-
 #include <ftw.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -85,8 +84,8 @@ class PackageExtractTest : public ::testing::Test {
     for (size_t i = 0; i < archives.size(); i++) conf += (i ? "," : "") + archives[i];
     conf += "\n";
     for (const std::string& a : archives)
-      conf += "<PACKAGE CODE=\"" + a + "\" NAME=\"n\" DESCRIPTION=\"d\" VERSION=\"1\" PATH=\"" + P("archives/" + a) +
-              "\">\n";
+      conf += "<PACKAGE CODE=\"" + a + "\" NAME=\"n\" DESCRIPTION=\"d\" VERSION=\"1\" PATH=\"" +
+              P("archives/" + a) + "\">\n";
     for (const std::string& line : extra) conf += line + "\n";
     Write("sorn.conf", conf);
     args_ = {P("sorn"), "t.sn"};
@@ -133,14 +132,27 @@ TEST_F(PackageExtractTest, EntriesThatLeadOutWriteNothingAnywhere) {
     TarEntry entry;
     const char* result;
   } cases[] = {
-      {"up", "inst", {"../../escape", '0', "x"}, "'inst/../../escape' is not contained in the configured script directory"},
-      {"top", "", {"../escape", '0', "x"}, "'/../escape' is not contained in the configured script directory"},
-      {"deep", "inst", {"a/b/../../../../../escape", '0', "x"},
+      {"up",
+       "inst",
+       {"../../escape", '0', "x"},
+       "'inst/../../escape' is not contained in the configured script directory"},
+      {"top",
+       "",
+       {"../escape", '0', "x"},
+       "'/../escape' is not contained in the configured script directory"},
+      {"deep",
+       "inst",
+       {"a/b/../../../../../escape", '0', "x"},
        "'inst/a/b/../../../../../escape' is not contained in the configured script directory"},
-      {"dir", "inst", {"../../escdir/", '5', ""}, "'inst/../../escdir/' is not contained in the configured script directory"},
+      {"dir",
+       "inst",
+       {"../../escdir/", '5', ""},
+       "'inst/../../escdir/' is not contained in the configured script directory"},
       // The containment test is a prefix test; the script directory's own
       // trailing separator keeps a sibling with a longer name out.
-      {"sibling", "inst", {"../../site2/x", '0', "x"},
+      {"sibling",
+       "inst",
+       {"../../site2/x", '0', "x"},
        "'inst/../../site2/x' is not contained in the configured script directory"},
       {"data", "../data", {"x", '0', "x"}, "'../data/x' is not contained in the configured script directory"},
       {"dots", "", {"..", '5', ""}, "'/..' is not contained in the configured script directory"},
@@ -218,7 +230,8 @@ TEST_F(PackageExtractTest, LinksAlreadyInTheSiteAreTheGatesToRefuse) {
 
 TEST_F(PackageExtractTest, SizesBeyondTheFileAndCutArchivesWriteWhatIsThere) {
   // 8 GB claimed, ten bytes present.
-  Write("archives/huge", TarMember({"one", '0', "1"}) + TarHeader({"huge", '0', "", "77777777777"}) + "0123456789");
+  Write("archives/huge",
+        TarMember({"one", '0', "1"}) + TarHeader({"huge", '0', "", "77777777777"}) + "0123456789");
   Write("archives/cut", TarMember({"one", '0', "1"}) + TarHeader({"two", '0', "2"}).substr(0, 100));
   Start({"huge", "cut"});
   const auto before = Tree();
@@ -238,8 +251,8 @@ TEST_F(PackageExtractTest, FailuresOnTheWayEndTheWalkWithTheirMessage) {
   Write("archives/parent", TarMember({"f", '0', "file"}) + TarMember({"f/x", '0', "x"}) +
                                TarMember({"later", '0', "l"}) + TarEnd());
   Write("archives/isdir", TarMember({"d/", '5', "", "", "0000700"}) + TarMember({"d", '0', "x"}) + TarEnd());
-  Write("archives/modes", TarMember({"d/", '5', "", "", "0000711"}) + TarMember({"d/f", '0', "new", "", "0100600"}) +
-                              TarEnd());
+  Write("archives/modes",
+        TarMember({"d/", '5', "", "", "0000711"}) + TarMember({"d/f", '0', "new", "", "0100600"}) + TarEnd());
   Start({"parent", "isdir", "modes"});
   mkdir(P("outer/site/m").c_str(), 0700);
   mkdir(P("outer/site/m/d").c_str(), 0700);

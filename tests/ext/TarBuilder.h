@@ -11,10 +11,14 @@
 #include <utility>
 
 struct TarEntry {
-  TarEntry(std::string name, char typeflag, std::string data, std::string size = "", std::string mode = "0000644",
-           std::string linkname = "")
-      : name(std::move(name)), typeflag(typeflag), data(std::move(data)), size(std::move(size)),
-        mode(std::move(mode)), linkname(std::move(linkname)) {}
+  TarEntry(std::string name, char typeflag, std::string data, std::string size = "",
+           std::string mode = "0000644", std::string linkname = "")
+      : name(std::move(name)),
+        typeflag(typeflag),
+        data(std::move(data)),
+        size(std::move(size)),
+        mode(std::move(mode)),
+        linkname(std::move(linkname)) {}
   std::string name;
   char typeflag;
   std::string data;
@@ -41,7 +45,10 @@ inline std::string TarHeader(const TarEntry& e, bool signedsum = false) {
   put(148, 8, "        ");
   block[156] = e.typeflag;
   put(157, 100, e.linkname);
-  put(257, 8, std::string("ustar\0" "00", 8));
+  put(257, 8,
+      std::string("ustar\0"
+                  "00",
+                  8));
   put(265, 32, "user");
   put(297, 32, "group");
   long sum = 0;

@@ -1,8 +1,5 @@
-#include "ext/Tar.h"
-
-#include <gtest/gtest.h>
-
 #include <ftw.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "ext/Tar.h"
 #include "tests/ext/TarBuilder.h"
 #include "tests/host/TestHost.h"
 
@@ -47,9 +45,9 @@ class TarTest : public ::testing::Test {
       if (tar.type() == TarZeroBlock && !zeroblocks) continue;
       char mode[16];
       snprintf(mode, sizeof mode, "%lo", tar.mode());
-      lines.push_back(std::to_string(tar.Current()) + " " + std::to_string(tar.type()) + " " + tar.name() + " " +
-                      std::to_string(tar.size()) + " " + mode + (tar.linkname()[0] ? std::string(" ") : "") +
-                      tar.linkname());
+      lines.push_back(std::to_string(tar.Current()) + " " + std::to_string(tar.type()) + " " + tar.name() +
+                      " " + std::to_string(tar.size()) + " " + mode +
+                      (tar.linkname()[0] ? std::string(" ") : "") + tar.linkname());
     }
     return lines;
   }
@@ -64,12 +62,14 @@ TEST_F(TarTest, ReadsWhatGnuTarWrites) {
   const std::string longname(100, 'n');
   Shell("mkdir -p src/d && head -c 1300 /dev/urandom > src/d/big && printf x > src/" + longname +
         " && ln -s d/big src/soft && ln src/d/big src/hard && mkfifo src/pipe && chmod 750 src/d && "
-        "chmod 604 src/d/big && chmod 644 src/pipe src/" + longname + " && tar --format=ustar --no-recursion -C src -cf a.tar d d/big soft hard pipe " + longname);
+        "chmod 604 src/d/big && chmod 644 src/pipe src/" +
+        longname + " && tar --format=ustar --no-recursion -C src -cf a.tar d d/big soft hard pipe " +
+        longname);
   Tar tar(&host_);
   ASSERT_EQ(Open(tar, "a.tar"), 1) << tar.error().chars();
   std::vector<std::string> expected = {
-      "1 3 d/ 0 750",       "2 0 d/big 1300 604", "3 2 soft 0 777 d/big", "4 1 hard 0 604 d/big",
-      "5 4 pipe 0 644",     "6 0 " + longname + " 1 644",
+      "1 3 d/ 0 750",         "2 0 d/big 1300 604", "3 2 soft 0 777 d/big",
+      "4 1 hard 0 604 d/big", "5 4 pipe 0 644",     "6 0 " + longname + " 1 644",
   };
   EXPECT_EQ(Walk(tar), expected);
   EXPECT_EQ(tar.error(), "");
@@ -88,7 +88,8 @@ TEST_F(TarTest, ZeroBlocksAreEntriesUntilTheFileEnds) {
   // GNU tar pads to a record of 10240 bytes: one header, one data block and
   // eighteen zero blocks. A zero block between members does not end a walk.
   Shell("printf abc > f && tar --format=ustar -cf a.tar f");
-  WriteBytes(P("b.tar"), TarMember({"one", '0', "1"}) + std::string(512, '\0') + TarMember({"two", '0', "2"}));
+  WriteBytes(P("b.tar"),
+             TarMember({"one", '0', "1"}) + std::string(512, '\0') + TarMember({"two", '0', "2"}));
   Tar tar(&host_);
   ASSERT_EQ(Open(tar, "a.tar"), 1);
   auto walk = Walk(tar, true);
@@ -105,8 +106,9 @@ TEST_F(TarTest, ZeroBlocksAreEntriesUntilTheFileEnds) {
 TEST_F(TarTest, DamagedHeadersEndTheWalk) {
   Tar tar(&host_);
   // A changed byte in the second header.
-  Shell("printf A > a && printf B > b && tar --format=ustar -cf a.tar a b && "
-        "printf X | dd of=a.tar bs=1 seek=1030 conv=notrunc 2>/dev/null");
+  Shell(
+      "printf A > a && printf B > b && tar --format=ustar -cf a.tar a b && "
+      "printf X | dd of=a.tar bs=1 seek=1030 conv=notrunc 2>/dev/null");
   ASSERT_EQ(Open(tar, "a.tar"), 1);
   EXPECT_EQ(Walk(tar), (std::vector<std::string>{"1 0 a 1 644"}));
   EXPECT_EQ(tar.error(), "Error reading from 'a.tar': Header checksum mismatch");
