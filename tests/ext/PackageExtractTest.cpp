@@ -273,16 +273,4 @@ TEST_F(PackageExtractTest, FailuresOnTheWayEndTheWalkWithTheirMessage) {
                            }));
 }
 
-TEST_F(PackageExtractTest, UnknownCodesAndListsGoByTheEnabledPackages) {
-  Write("archives/a", TarEnd());
-  Start({"a"});
-  EXPECT_EQ(CallBuiltin(sorn_.get(), "sorn_package_list", {}), "a");
-  EXPECT_EQ(Extract("A", "x"), "");
-  EXPECT_EQ(Extract("b", "x"), "Package 'b' is not available");
-  EXPECT_EQ(access(P("outer/site/x").c_str(), F_OK), -1);
-  Start({});
-  EXPECT_EQ(CallBuiltin(sorn_.get(), "sorn_package_list", {}), "");
-  EXPECT_EQ(Extract("a", "x"), "Package 'a' is not available");
-}
-
 }  // namespace
