@@ -18,6 +18,7 @@ class Error;
 class FileManager;
 class LogFile;
 class Module;
+class NetworkManager;
 class Output;
 class Variable;
 class VariableList;
@@ -59,6 +60,7 @@ class Sorn {
   // The event log; null until the configuration has been processed.
   virtual LogFile* logfile() = 0;
   virtual FileManager* filemanager() = 0;
+  virtual NetworkManager* networkmanager() = 0;
   virtual String basename() = 0;
   virtual String hostname() = 0;
   virtual String currentdate() = 0;

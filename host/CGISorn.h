@@ -4,6 +4,7 @@
 
 #include "core/Sorn.h"
 
+class CGINetworkManager;
 class StandardOutput;
 class UNIXConfig;
 class UNIXFileManager;
@@ -60,6 +61,7 @@ class CGISorn : public Sorn {
   Config* config() override;
   LogFile* logfile() override;
   FileManager* filemanager() override;
+  NetworkManager* networkmanager() override;
   String basename() override { return basename_; }
   String hostname() override;
   int timedout() override;
@@ -81,6 +83,7 @@ class CGISorn : public Sorn {
   UNIXConfig* config_;
   UNIXLogFile* logfile_;
   UNIXFileManager* filemanager_;
+  CGINetworkManager* networkmanager_;
   StandardOutput* output_;
   String scriptdirectory_;
   String datadirectory_;
