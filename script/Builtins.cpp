@@ -1,6 +1,6 @@
 // The registration table of the built-ins, and those that stand in no
-// family of their own: codings, the session id, variable lists, packages
-// and the request's languages.
+// family of their own: codings, the session id, variable lists and the
+// request's languages.
 #include "script/Builtins.h"
 
 #include "core/Sorn.h"
@@ -161,18 +161,6 @@ void bi_sorn_getvarlist(Sorn* sorn, VariableTree* parameters, String& result) {
     if (!result.empty()) result.cat(',');
     result.cat(v->name());
   }
-}
-
-// No package is enabled on this host yet: the list is empty, every code
-// unknown.
-void bi_sorn_package_list(Sorn*, VariableTree*, String&) {}
-void bi_sorn_package_name(Sorn*, VariableTree*, String&) {}
-void bi_sorn_package_description(Sorn*, VariableTree*, String&) {}
-void bi_sorn_package_version(Sorn*, VariableTree*, String&) {}
-void bi_sorn_package_defaultpath(Sorn*, VariableTree*, String&) {}
-
-void bi_sorn_package_extract(Sorn*, VariableTree* parameters, String& result) {
-  result = "Package '" + BuiltinParameter(parameters, "code") + "' is not available";
 }
 
 void bi_sorn_setlanguage(Sorn* sorn, VariableTree* parameters, String&) {

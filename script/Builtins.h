@@ -126,14 +126,16 @@ SORN_BUILTIN(encodeentities);
 SORN_BUILTIN(decodeentities);
 SORN_BUILTIN(makesessionid);
 SORN_BUILTIN(sorn_getvarlist);
+SORN_BUILTIN(sorn_setlanguage);
+SORN_BUILTIN(sorn_setdefaultlanguage);
+
+// Packages (ext/PackageBuiltins.cpp, beside the tar reader they use).
 SORN_BUILTIN(sorn_package_list);
 SORN_BUILTIN(sorn_package_name);
 SORN_BUILTIN(sorn_package_description);
 SORN_BUILTIN(sorn_package_version);
 SORN_BUILTIN(sorn_package_defaultpath);
 SORN_BUILTIN(sorn_package_extract);
-SORN_BUILTIN(sorn_setlanguage);
-SORN_BUILTIN(sorn_setdefaultlanguage);
 
 #undef SORN_BUILTIN
 

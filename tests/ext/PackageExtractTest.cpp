@@ -1,0 +1,276 @@
+#include <ftw.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "core/Output.h"
+#include "host/CGISorn.h"
+#include "tests/ext/TarBuilder.h"
+#include "tests/script/BuiltinCall.h"
+
+namespace {
+
+int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
+
+class SiteSorn : public CGISorn {
+ public:
+  SiteSorn(int argc, char** argv) : CGISorn(argc, argv) {}
+  Output* output() override { return &out_; }
+  std::string text() {
+    out_.Flush();
+    return out_.string().chars();
+  }
+
+ private:
+  StringOutput out_{64};
+};
+
+// Every name below a directory, with its type, permission bits and, for
+// files, contents; links as their target. nftw's callback takes no context.
+thread_local std::map<std::string, std::string>* tree_listing = nullptr;
+thread_local size_t tree_prefix = 0;
+
+int ListEntry(const char* path, const struct stat* st, int, struct FTW*) {
+  char mode[16];
+  snprintf(mode, sizeof mode, "%o", (unsigned)(st->st_mode & 07777));
+  std::string what;
+  if (S_ISDIR(st->st_mode)) {
+    what = "dir ";
+  } else if (S_ISLNK(st->st_mode)) {
+    char target[1024];
+    ssize_t n = readlink(path, target, sizeof target);
+    what = "link " + std::string(target, n > 0 ? n : 0) + " ";
+  } else if (S_ISREG(st->st_mode)) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    what = "file [" + s.str() + "] ";
+  } else {
+    what = "other ";
+  }
+  (*tree_listing)[std::string(path).substr(tree_prefix)] = what + mode;
+  return 0;
+}
+
+// A request whose script root is outer/site and data directory outer/data,
+// inside a fresh directory whose whole tree the tests can list. Archives lie
+// in archives/, one package per test archive, all enabled.
+class PackageExtractTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/sorn-pkg-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    root_ = pattern;
+    for (const char* dir : {"outer", "outer/site", "outer/data", "archives"}) mkdir(P(dir).c_str(), 0755);
+    Write("outer/site/t.sn", "");
+  }
+  void TearDown() override {
+    sorn_.reset();
+    nftw(root_.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
+  }
+
+  // Declares one package per archive, code = archive name, then starts the
+  // request with the extra configuration lines.
+  void Start(const std::vector<std::string>& archives, const std::vector<std::string>& extra = {}) {
+    std::string conf = "sornroot=" + P("outer/site") + "\nstdmodedatadir=" + P("outer/data") + "\npackages=";
+    for (size_t i = 0; i < archives.size(); i++) conf += (i ? "," : "") + archives[i];
+    conf += "\n";
+    for (const std::string& a : archives)
+      conf += "<PACKAGE CODE=\"" + a + "\" NAME=\"n\" DESCRIPTION=\"d\" VERSION=\"1\" PATH=\"" +
+              P("archives/" + a) + "\">\n";
+    for (const std::string& line : extra) conf += line + "\n";
+    Write("sorn.conf", conf);
+    args_ = {P("sorn"), "t.sn"};
+    char* argv[] = {&args_[0][0], &args_[1][0], nullptr};
+    sorn_.reset(new SiteSorn(2, argv));
+    String path, name;
+    ASSERT_TRUE(sorn_->LoadConfiguration() && sorn_->CheckConfiguration() &&
+                sorn_->GetScriptInformation(path, name) && sorn_->ProcessConfiguration(path, name))
+        << sorn_->text();
+  }
+
+  std::string P(const std::string& rel) const { return root_ + "/" + rel; }
+  void Write(const std::string& rel, const std::string& text) { WriteBytes(P(rel), text); }
+  std::string Extract(const std::string& code, const std::string& directory) {
+    return CallBuiltin(sorn_.get(), "sorn_package_extract", {code, directory, ""});
+  }
+  std::map<std::string, std::string> Tree() {
+    std::map<std::string, std::string> listing;
+    tree_listing = &listing;
+    tree_prefix = root_.size();
+    nftw(root_.c_str(), ListEntry, 16, FTW_PHYS);
+    tree_listing = nullptr;
+    return listing;
+  }
+  // What the walk added to the site, relative to it.
+  std::vector<std::string> Added(const std::map<std::string, std::string>& before) {
+    std::vector<std::string> added;
+    for (const auto& [name, what] : Tree())
+      if (before.count(name) == 0 || before.at(name) != what) added.push_back(name + " " + what);
+    return added;
+  }
+
+  std::string root_;
+  std::vector<std::string> args_;
+  std::unique_ptr<SiteSorn> sorn_;
+};
+
+TEST_F(PackageExtractTest, EntriesThatLeadOutWriteNothingAnywhere) {
+  // Each archive starts with the hostile entry and goes on with a harmless
+  // one, which must not be unpacked either: a refusal ends the walk.
+  struct Case {
+    const char* code;
+    const char* directory;
+    TarEntry entry;
+    const char* result;
+  } cases[] = {
+      {"up",
+       "inst",
+       {"../../escape", '0', "x"},
+       "'inst/../../escape' is not contained in the configured script directory"},
+      {"top",
+       "",
+       {"../escape", '0', "x"},
+       "'/../escape' is not contained in the configured script directory"},
+      {"deep",
+       "inst",
+       {"a/b/../../../../../escape", '0', "x"},
+       "'inst/a/b/../../../../../escape' is not contained in the configured script directory"},
+      {"dir",
+       "inst",
+       {"../../escdir/", '5', ""},
+       "'inst/../../escdir/' is not contained in the configured script directory"},
+      // The containment test is a prefix test; the script directory's own
+      // trailing separator keeps a sibling with a longer name out.
+      {"sibling",
+       "inst",
+       {"../../site2/x", '0', "x"},
+       "'inst/../../site2/x' is not contained in the configured script directory"},
+      {"data", "../data", {"x", '0', "x"}, "'../data/x' is not contained in the configured script directory"},
+      {"dots", "", {"..", '5', ""}, "'/..' is not contained in the configured script directory"},
+      // Damaged archives end quietly before anything is written.
+      {"checksum", "inst", {"x", '0', "x"}, ""},
+      {"negative", "inst", {"x", '0', "", "-0000002000"}, ""},
+  };
+  std::vector<std::string> codes;
+  for (auto& c : cases) {
+    std::string member = TarMember(c.entry);
+    if (std::string(c.code) == "checksum") member[0] ^= 1;
+    Write("archives/" + std::string(c.code), member + TarMember({"after", '0', "y"}) + TarEnd());
+    codes.push_back(c.code);
+  }
+  Start(codes);
+  const auto before = Tree();
+  for (auto& c : cases) EXPECT_EQ(Extract(c.code, c.directory), c.result) << c.code;
+  EXPECT_EQ(Added(before), std::vector<std::string>{});
+  EXPECT_EQ(access("/tmp/escape", F_OK), -1);
+}
+
+TEST_F(PackageExtractTest, AbsoluteNamesStayInTheScriptDirectory) {
+  Write("archives/abs", TarMember({"/abs/x", '0', "1"}) + TarEnd());
+  Start({"abs"});
+  auto before = Tree();
+  EXPECT_EQ(Extract("abs", "inst"), "");
+  EXPECT_EQ(Extract("abs", ""), "");
+  EXPECT_EQ(Added(before), (std::vector<std::string>{
+                               "/outer/site/abs dir 755",
+                               "/outer/site/abs/x file [1] 644",
+                               "/outer/site/inst dir 755",
+                               "/outer/site/inst/abs dir 755",
+                               "/outer/site/inst/abs/x file [1] 644",
+                           }));
+
+  // With absolute script paths allowed, the name is taken as it stands, and
+  // must still lie in the script directory.
+  Write("archives/etc", TarMember({"/etc/sorn-escape", '0', "1"}) + TarEnd());
+  Write("archives/inside", TarMember({P("outer/site/in"), '0', "2"}) + TarEnd());
+  Start({"etc", "inside"}, {"securityoptions=32"});
+  before = Tree();
+  EXPECT_EQ(Extract("etc", ""), "'/etc/sorn-escape' is not contained in the configured script directory");
+  EXPECT_EQ(Extract("inside", ""), "");
+  EXPECT_EQ(Added(before), std::vector<std::string>{"/outer/site/in file [2] 644"});
+}
+
+TEST_F(PackageExtractTest, LinksDevicesAndOtherEntriesAreNotMade) {
+  // A link first, then a file below its name: the file lands in a real
+  // directory of that name, not where the link pointed.
+  Write("archives/links", TarMember({"lnk", '2', "", "", "0000777", "../../data"}) +
+                              TarMember({"hard", '1', "", "", "0000644", "/etc/passwd"}) +
+                              TarMember({"chr", '3', ""}) + TarMember({"blk", '4', ""}) +
+                              TarMember({"fifo", '6', ""}) + TarMember({"cont", '7', "c"}) +
+                              TarMember({"././@LongLink", 'L', std::string(200, 'l')}) +
+                              TarMember({"pax", 'x', "30 path=../../../pax-escape\n"}) +
+                              TarMember({"lnk/x", '0', "in"}) + TarEnd());
+  Start({"links"});
+  const auto before = Tree();
+  EXPECT_EQ(Extract("links", "inst"), "");
+  EXPECT_EQ(Added(before), (std::vector<std::string>{
+                               "/outer/site/inst dir 755",
+                               "/outer/site/inst/lnk dir 755",
+                               "/outer/site/inst/lnk/x file [in] 644",
+                           }));
+}
+
+TEST_F(PackageExtractTest, LinksAlreadyInTheSiteAreTheGatesToRefuse) {
+  ASSERT_EQ(symlink("../data", P("outer/site/out").c_str()), 0);
+  Write("archives/through", TarMember({"out/x", '0', "x"}) + TarEnd());
+  Start({"through"});
+  const auto before = Tree();
+  EXPECT_EQ(Extract("through", ""), "'/out/x' references a symbolic link");
+  EXPECT_EQ(Added(before), std::vector<std::string>{});
+}
+
+TEST_F(PackageExtractTest, SizesBeyondTheFileAndCutArchivesWriteWhatIsThere) {
+  // 8 GB claimed, ten bytes present.
+  Write("archives/huge",
+        TarMember({"one", '0', "1"}) + TarHeader({"huge", '0', "", "77777777777"}) + "0123456789");
+  Write("archives/cut", TarMember({"one", '0', "1"}) + TarHeader({"two", '0', "2"}).substr(0, 100));
+  Start({"huge", "cut"});
+  const auto before = Tree();
+  EXPECT_EQ(Extract("huge", "h"), "");
+  EXPECT_EQ(Extract("cut", "c"), "");
+  EXPECT_EQ(Added(before), (std::vector<std::string>{
+                               "/outer/site/c dir 755",
+                               "/outer/site/c/one file [1] 644",
+                               "/outer/site/h dir 755",
+                               "/outer/site/h/huge file [0123456789] 644",
+                               "/outer/site/h/one file [1] 644",
+                           }));
+}
+
+TEST_F(PackageExtractTest, FailuresOnTheWayEndTheWalkWithTheirMessage) {
+  // A file where a directory is needed, and a directory where a file goes.
+  Write("archives/parent", TarMember({"f", '0', "file"}) + TarMember({"f/x", '0', "x"}) +
+                               TarMember({"later", '0', "l"}) + TarEnd());
+  Write("archives/isdir", TarMember({"d/", '5', "", "", "0000700"}) + TarMember({"d", '0', "x"}) + TarEnd());
+  Write("archives/modes",
+        TarMember({"d/", '5', "", "", "0000711"}) + TarMember({"d/f", '0', "new", "", "0100600"}) + TarEnd());
+  Start({"parent", "isdir", "modes"});
+  mkdir(P("outer/site/m").c_str(), 0700);
+  mkdir(P("outer/site/m/d").c_str(), 0700);
+  Write("outer/site/m/d/f", "old text, longer");
+  const auto before = Tree();
+  EXPECT_EQ(Extract("parent", "p"), "Error creating 'p/f/x': Not a directory");
+  EXPECT_EQ(Extract("isdir", "i"), "Error creating 'i/d': Is a directory");
+  // An existing directory takes the entry's mode, an existing file is
+  // overwritten, and only the permission bits of a mode apply.
+  EXPECT_EQ(Extract("modes", "m"), "");
+  EXPECT_EQ(Added(before), (std::vector<std::string>{
+                               "/outer/site/i dir 755",
+                               "/outer/site/i/d dir 700",
+                               "/outer/site/m/d dir 711",
+                               "/outer/site/m/d/f file [new] 600",
+                               "/outer/site/p dir 755",
+                               "/outer/site/p/f file [file] 644",
+                           }));
+}
+
+}  // namespace

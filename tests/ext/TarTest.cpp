@@ -1,0 +1,169 @@
+#include <ftw.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "ext/Tar.h"
+#include "tests/ext/TarBuilder.h"
+#include "tests/host/TestHost.h"
+
+namespace {
+
+int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
+
+class TarTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/sorn-tar-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    root_ = pattern;
+  }
+  void TearDown() override { nftw(root_.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS); }
+
+  std::string P(const std::string& rel) const { return root_ + "/" + rel; }
+  void Shell(const std::string& command) {
+    // A configured request of an earlier test leaves PATH as its path key.
+    ASSERT_EQ(system(("PATH=/usr/bin:/bin; cd " + root_ + " && " + command).c_str()), 0) << command;
+  }
+  std::string Read(const std::string& rel) {
+    std::ifstream in(P(rel), std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+  }
+  // One line per entry: index, type, name, size, mode and link target.
+  std::vector<std::string> Walk(Tar& tar, bool zeroblocks = false) {
+    std::vector<std::string> lines;
+    // The cap keeps a walk that goes round in circles from hanging the test.
+    for (tar.First(); tar.Current() != 0 && lines.size() < 1000; tar.Next()) {
+      if (tar.type() == TarZeroBlock && !zeroblocks) continue;
+      char mode[16];
+      snprintf(mode, sizeof mode, "%lo", tar.mode());
+      lines.push_back(std::to_string(tar.Current()) + " " + std::to_string(tar.type()) + " " + tar.name() +
+                      " " + std::to_string(tar.size()) + " " + mode +
+                      (tar.linkname()[0] ? std::string(" ") : "") + tar.linkname());
+    }
+    return lines;
+  }
+  int Open(Tar& tar, const std::string& rel) { return tar.Open(P(rel).c_str(), rel.c_str()); }
+
+  std::string root_;
+  TestHost host_;
+};
+
+TEST_F(TarTest, ReadsWhatGnuTarWrites) {
+  // A name of exactly 100 bytes fills the field with no terminator.
+  const std::string longname(100, 'n');
+  Shell("mkdir -p src/d && head -c 1300 /dev/urandom > src/d/big && printf x > src/" + longname +
+        " && ln -s d/big src/soft && ln src/d/big src/hard && mkfifo src/pipe && chmod 750 src/d && "
+        "chmod 604 src/d/big && chmod 644 src/pipe src/" +
+        longname + " && tar --format=ustar --no-recursion -C src -cf a.tar d d/big soft hard pipe " +
+        longname);
+  Tar tar(&host_);
+  ASSERT_EQ(Open(tar, "a.tar"), 1) << tar.error().chars();
+  std::vector<std::string> expected = {
+      "1 3 d/ 0 750",         "2 0 d/big 1300 604", "3 2 soft 0 777 d/big",
+      "4 1 hard 0 604 d/big", "5 4 pipe 0 644",     "6 0 " + longname + " 1 644",
+  };
+  EXPECT_EQ(Walk(tar), expected);
+  EXPECT_EQ(tar.error(), "");
+
+  // The data of one entry, across three blocks, and of the last.
+  tar.First();
+  tar.Next();
+  ASSERT_EQ(tar.Write(P("big.out").c_str(), "big.out"), 1);
+  EXPECT_EQ(Read("big.out"), Read("src/d/big"));
+  while (tar.Current() != 0 && strcmp(tar.name(), longname.c_str()) != 0) tar.Next();
+  ASSERT_EQ(tar.Write(P("last.out").c_str(), "last.out"), 1);
+  EXPECT_EQ(Read("last.out"), "x");
+}
+
+TEST_F(TarTest, ZeroBlocksAreEntriesUntilTheFileEnds) {
+  // GNU tar pads to a record of 10240 bytes: one header, one data block and
+  // eighteen zero blocks. A zero block between members does not end a walk.
+  Shell("printf abc > f && tar --format=ustar -cf a.tar f");
+  WriteBytes(P("b.tar"),
+             TarMember({"one", '0', "1"}) + std::string(512, '\0') + TarMember({"two", '0', "2"}));
+  Tar tar(&host_);
+  ASSERT_EQ(Open(tar, "a.tar"), 1);
+  auto walk = Walk(tar, true);
+  ASSERT_EQ(walk.size(), 19u);
+  EXPECT_EQ(walk[1], "2 5  0 0");
+  EXPECT_EQ(walk[18], "19 5  0 0");
+  EXPECT_EQ(tar.Current(), 0);
+  EXPECT_EQ(tar.error(), "");
+
+  ASSERT_EQ(Open(tar, "b.tar"), 1);
+  EXPECT_EQ(Walk(tar, true), (std::vector<std::string>{"1 0 one 1 644", "2 5  0 0", "3 0 two 1 644"}));
+
+  // An empty file has no entries and no error.
+  WriteBytes(P("empty.tar"), "");
+  ASSERT_EQ(Open(tar, "empty.tar"), 1);
+  EXPECT_EQ(tar.First(), 0);
+  EXPECT_EQ(tar.error(), "");
+}
+
+TEST_F(TarTest, DamagedHeadersEndTheWalk) {
+  Tar tar(&host_);
+  // A changed byte in the second header.
+  Shell(
+      "printf A > a && printf B > b && tar --format=ustar -cf a.tar a b && "
+      "printf X | dd of=a.tar bs=1 seek=1030 conv=notrunc 2>/dev/null");
+  ASSERT_EQ(Open(tar, "a.tar"), 1);
+  EXPECT_EQ(Walk(tar), (std::vector<std::string>{"1 0 a 1 644"}));
+  EXPECT_EQ(tar.error(), "Error reading from 'a.tar': Header checksum mismatch");
+
+  // A byte above 127 makes the signed sum of old archivers differ.
+  TarEntry high("caf\xe9", '0', "x");
+  WriteBytes(P("signed.tar"), TarMember(high, true) + TarEnd());
+  WriteBytes(P("unsigned.tar"), TarMember(high) + TarEnd());
+  ASSERT_EQ(Open(tar, "signed.tar"), 1);
+  EXPECT_EQ(tar.First(), 0);
+  EXPECT_EQ(tar.error(), "Error reading from 'signed.tar': Header checksum mismatch");
+  ASSERT_EQ(Open(tar, "unsigned.tar"), 1);
+  EXPECT_EQ(tar.First(), 1);
+
+  // A negative size would lead the walk back to the same header forever.
+  TarEntry back("back", '0', "", "-0000002000");
+  WriteBytes(P("back.tar"), TarMember({"first", '0', "1"}) + TarMember(back) + TarEnd());
+  ASSERT_EQ(Open(tar, "back.tar"), 1);
+  EXPECT_EQ(Walk(tar), (std::vector<std::string>{"1 0 first 1 644"}));
+  EXPECT_EQ(tar.error(), "Error reading from 'back.tar': Header size out of range");
+
+  // A header cut short ends the walk quietly, as the end of the file does.
+  WriteBytes(P("cut.tar"), TarMember({"first", '0', "1"}) + TarHeader({"second", '0', "2"}).substr(0, 300));
+  ASSERT_EQ(Open(tar, "cut.tar"), 1);
+  tar.Error("");
+  EXPECT_EQ(Walk(tar), (std::vector<std::string>{"1 0 first 1 644"}));
+  EXPECT_EQ(tar.error(), "");
+}
+
+TEST_F(TarTest, WriteCopiesOnlyRegularEntries) {
+  WriteBytes(P("a.tar"), TarMember({"link", '2', "", "", "0000777", "/etc/passwd"}) +
+                             TarMember({"dev", '3', ""}) + TarMember({"f", '0', "new"}) + TarEnd());
+  std::ofstream(P("f.out")) << "old longer text";
+  Tar tar(&host_);
+  ASSERT_EQ(Open(tar, "a.tar"), 1);
+  ASSERT_EQ(tar.First(), 1);
+  EXPECT_EQ(tar.type(), TarSymbolicLink);
+  EXPECT_EQ(tar.Write(P("link.out").c_str(), "link.out"), 1);
+  EXPECT_EQ(tar.Next(), 2);
+  EXPECT_EQ(tar.type(), TarOther);
+  EXPECT_EQ(tar.Write(P("dev.out").c_str(), "dev.out"), 1);
+  EXPECT_EQ(access(P("link.out").c_str(), F_OK), -1);
+  EXPECT_EQ(access(P("dev.out").c_str(), F_OK), -1);
+  // An existing file is truncated first.
+  EXPECT_EQ(tar.Next(), 3);
+  EXPECT_EQ(tar.Write(P("f.out").c_str(), "f.out"), 1);
+  EXPECT_EQ(Read("f.out"), "new");
+  EXPECT_EQ(tar.Write(P("no/such/dir").c_str(), "no/such/dir"), 0);
+  EXPECT_EQ(tar.error(), "Error creating 'no/such/dir': No such file or directory");
+}
+
+}  // namespace
