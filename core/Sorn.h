@@ -15,6 +15,7 @@ class DatabaseView;
 class Error;
 class FileManager;
 class Module;
+class NetworkManager;
 class Output;
 class Variable;
 class VariableList;
@@ -54,6 +55,7 @@ class Sorn {
   virtual int ReadContent(char* buffer, int size) = 0;
   virtual Config* config() = 0;
   virtual FileManager* filemanager() = 0;
+  virtual NetworkManager* networkmanager() = 0;
   virtual String basename() = 0;
   virtual String hostname() = 0;
   virtual String currentdate() = 0;

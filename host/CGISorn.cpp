@@ -9,6 +9,7 @@
 
 #include "core/Error.h"
 #include "core/Output.h"
+#include "host/CGINetworkManager.h"
 #include "host/UNIXConfig.h"
 #include "host/UNIXFileManager.h"
 #include "script/Variable.h"
@@ -34,14 +35,23 @@ CGISorn::CGISorn(int argc, char** argv)
       signalled_(0),
       config_(nullptr),
       filemanager_(new UNIXFileManager(this)),
+      networkmanager_(new CGINetworkManager(this)),
       output_(new StandardOutput(8192)),
       scriptuid_(-1),
       scriptgid_(-1),
       contenttype_("text/html"),
       servermode_(0) {
   signal_target = this;
+  // Without SA_RESTART a signal also breaks a blocking read or connect on a
+  // silent peer, which has no time-out of its own: the web server's SIGTERM
+  // then ends the walk, and the next tag sees the flag.
+  struct sigaction action;
+  memset(&action, 0, sizeof action);
+  action.sa_handler = CGISornSignalHandler;
+  sigemptyset(&action.sa_mask);
+  action.sa_flags = 0;
   const int signals[] = {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM};
-  for (int s : signals) signal(s, CGISornSignalHandler);
+  for (int s : signals) sigaction(s, &action, nullptr);
 
   basename_ = (argc > 0 && argv != nullptr && argv[0] != nullptr) ? argv[0] : "";
   while (basename_.contains('/')) basename_ = basename_.after("/");
@@ -61,6 +71,7 @@ CGISorn::CGISorn(int argc, char** argv)
 
 CGISorn::~CGISorn() {
   delete output_;
+  delete networkmanager_;
   delete filemanager_;
   delete config_;
   if (pathenv_ != nullptr) {
@@ -72,6 +83,7 @@ CGISorn::~CGISorn() {
 
 Config* CGISorn::config() { return config_; }
 FileManager* CGISorn::filemanager() { return filemanager_; }
+NetworkManager* CGISorn::networkmanager() { return networkmanager_; }
 Output* CGISorn::output() { return output_; }
 String CGISorn::lasterror() { return strerror(errno); }
 

@@ -4,6 +4,7 @@
 
 #include "core/Sorn.h"
 
+class CGINetworkManager;
 class StandardOutput;
 class UNIXConfig;
 class UNIXFileManager;
@@ -46,6 +47,7 @@ class CGISorn : public Sorn {
 
   Config* config() override;
   FileManager* filemanager() override;
+  NetworkManager* networkmanager() override;
   String basename() override { return basename_; }
   String hostname() override;
   int timedout() override;
@@ -66,6 +68,7 @@ class CGISorn : public Sorn {
   volatile int signalled_;
   UNIXConfig* config_;
   UNIXFileManager* filemanager_;
+  CGINetworkManager* networkmanager_;
   StandardOutput* output_;
   String scriptdirectory_;
   String datadirectory_;

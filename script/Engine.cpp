@@ -26,8 +26,9 @@ Sorn::Sorn()
 }
 
 Sorn::~Sorn() {
-  delete vars_;
+  // Modules first: states still open in them hand back their variable frames.
   modules_.Dump();
+  delete vars_;
   databases_.Dump();
   delete environment_;
 }

@@ -37,17 +37,12 @@ int ScriptState::ProcessTag(Tag* tag) {
     case TagIMPORT:
       if (tag->Find("STOP") != nullptr) return Pass(tag);
       return NotAvailable(tag);
-    case TagCALL:
-    case TagSnCALL:
     case TagEXPORT:
     case TagEVAL:
     case TagHIDE:
     case TagFILE:
-    case TagMAIL:
     case TagLOOMTEXT:
     case TagSnCOMMERCE:
-    case TagSnSMTP:
-    case TagSnPOP:
     case TagSnOPEN:
     case TagSnCLOSE:
     case TagSnSKIP:
@@ -69,6 +64,15 @@ int ScriptState::ProcessTag(Tag* tag) {
     case TagSnQUERY:
     case TagSnFILTER:
       return NotAvailable(tag);
+    case TagCALL:
+    case TagSnCALL:
+      return ProcessSnCALL(tag);
+    case TagSnSMTP:
+      return ProcessSnSMTP(tag);
+    case TagSnPOP:
+      return ProcessSnPOP(tag);
+    case TagMAIL:
+      return ProcessMAIL(tag);
     case TagSORN:
       return ProcessSORN(tag);
     case TagSnIMPORT:

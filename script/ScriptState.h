@@ -57,6 +57,12 @@ class ScriptState {
   int ProcessSnEXPORT(Tag* tag);
   // Localized text.
   int ProcessSnLOCALIZED(Tag* tag);
+  // Web call.
+  int ProcessSnCALL(Tag* tag);
+  // Mail.
+  int ProcessSnSMTP(Tag* tag);
+  int ProcessSnPOP(Tag* tag);
+  int ProcessMAIL(Tag* tag);
   // Tags whose subsystems are not in the engine yet.
   int NotAvailable(Tag* tag);
 

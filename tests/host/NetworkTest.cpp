@@ -1,0 +1,146 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+#include "core/NetworkBuffer.h"
+#include "core/NetworkConnection.h"
+#include "host/CGINetworkManager.h"
+#include "tests/host/TestHost.h"
+#include "tests/host/TestPeer.h"
+
+namespace {
+
+std::unique_ptr<NetworkConnection> Open(TestHost& host, const TestPeer& peer) {
+  return std::unique_ptr<NetworkConnection>(host.networkmanager()->Connect("127.0.0.1", peer.port()));
+}
+
+}  // namespace
+
+TEST(NetworkManager, IsIPAddressLooksOnlyAtTheCharacters) {
+  TestHost host;
+  NetworkManager* manager = host.networkmanager();
+  EXPECT_TRUE(manager->IsIPAddress(""));
+  EXPECT_TRUE(manager->IsIPAddress("1.2"));
+  EXPECT_TRUE(manager->IsIPAddress("127.0.0.1"));
+  EXPECT_FALSE(manager->IsIPAddress("localhost"));
+  EXPECT_FALSE(manager->IsIPAddress("10.0.0.1 "));
+}
+
+TEST(NetworkManager, HostNamesAndTheirFailures) {
+  TestHost host;
+  NetworkManager* manager = host.networkmanager();
+  String address;
+  EXPECT_EQ(manager->GetHostAddress("localhost", address), 0);
+  EXPECT_STREQ(address.chars(), "127.0.0.1");
+  EXPECT_EQ(manager->GetHostAddress("no-such-host.invalid", address), -1);
+  EXPECT_STREQ(manager->error().chars(), "Error looking up 'no-such-host.invalid'");
+  EXPECT_EQ(manager->Connect("no-such-host.invalid", 80), nullptr);
+
+  int port = TestPeer::FreePort();
+  EXPECT_EQ(manager->Connect("127.0.0.1", port), nullptr);
+  EXPECT_EQ(std::string(manager->error().chars()), "(127.0.0.1:" + std::to_string(port) + "): Connection refused");
+  // An empty host passes as an address and fails at connect.
+  EXPECT_EQ(manager->Connect("", port), nullptr);
+}
+
+// The request head, byte for byte, for the forms of URL and body.
+TEST(NetworkManager, OpenURLWritesTheRequestHead) {
+  struct Case {
+    const char* method;
+    std::string path;
+    const char* body;
+    const char* type;
+    int length;
+    std::string expected;
+  };
+  const Case cases[] = {
+      {"GET", "", "", "", -1, "GET / HTTP/1.0\r\nHost: 127.0.0.1\r\n\r\n"},
+      {"HEAD", "/a/b?c=d", "", "", -1, "HEAD /a/b?c=d HTTP/1.0\r\nHost: 127.0.0.1\r\n\r\n"},
+      {"POST", "/f", "x=1", "text/plain", -1,
+       "POST /f HTTP/1.0\r\nHost: 127.0.0.1\r\nContent-Type: text/plain\r\nContent-Length: 3\r\n\r\nx=1"},
+      // An empty body with a length: the head announces it, the caller sends it.
+      {"POST", "/u", "", "multipart/x", 5,
+       "POST /u HTTP/1.0\r\nHost: 127.0.0.1\r\nContent-Type: multipart/x\r\nContent-Length: 5\r\n\r\n"},
+  };
+  for (const Case& c : cases) {
+    TestPeer peer(TestPeer::Reply("HTTP/1.0 200 OK\r\n\r\n"));
+    TestHost host;
+    std::string url = "https://127.0.0.1:" + std::to_string(peer.port()) + c.path;
+    NetworkConnection* connection = host.networkmanager()->OpenURL(c.method, url.c_str(), c.body, c.type, c.length);
+    ASSERT_NE(connection, nullptr) << url;
+    if (c.length > 0) connection->Write("12345", 5);
+    String line;
+    EXPECT_EQ(connection->ReadLine(line, 5), 17);
+    delete connection;
+    std::string expected = c.expected + (c.length > 0 ? "12345" : "");
+    ASSERT_EQ(peer.requests().size(), 1u);
+    EXPECT_EQ(peer.requests()[0], expected) << url;
+  }
+}
+
+TEST(NetworkConnection, ReadLineKeepsLineEndsAndReportsTheEnd) {
+  TestPeer peer(TestPeer::Reply("ab\r\n\ncd"));
+  TestHost host;
+  auto connection = Open(host, peer);
+  ASSERT_NE(connection, nullptr);
+  connection->Write(String("\r\n\r\n"));
+  String line;
+  EXPECT_EQ(connection->ReadLine(line, 5), 4);
+  EXPECT_STREQ(line.chars(), "ab\r\n");
+  EXPECT_EQ(connection->ReadLine(line, 5), 1);
+  EXPECT_STREQ(line.chars(), "\n");
+  // The peer closes after a partial line: -1, the part kept.
+  EXPECT_EQ(connection->ReadLine(line, 5), -1);
+  EXPECT_STREQ(line.chars(), "cd");
+}
+
+TEST(NetworkConnection, ReadLineTimesOutPerCharacter) {
+  TestPeer peer([](int fd, const std::string&) {
+    TestPeer::SendAll(fd, "par");
+    usleep(1500 * 1000);
+    TestPeer::SendAll(fd, "t\n");
+  });
+  TestHost host;
+  auto connection = Open(host, peer);
+  ASSERT_NE(connection, nullptr);
+  connection->Write(String("\r\n\r\n"));
+  String line;
+  auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(connection->ReadLine(line, 1), 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1400));
+  EXPECT_STREQ(line.chars(), "par");
+  EXPECT_EQ(connection->ReadLine(line, 3), 2);
+  EXPECT_STREQ(line.chars(), "t\n");
+}
+
+// Small blocks force refills between characters; bytes are signed, and
+// 0xFF is indistinguishable from the end.
+TEST(NetworkBuffer, DeliversSignedBytesAcrossRefillsWithPushBack) {
+  for (int size : {1, 2, 3, 8192}) {
+    TestPeer peer(TestPeer::Reply(std::string("abc\x80", 4) + "d\xff" + "e"));
+    TestHost host;
+    auto connection = Open(host, peer);
+    ASSERT_NE(connection, nullptr);
+    connection->Write(String("\r\n\r\n"));
+    NetworkBuffer buffer(connection.get(), 5, size);
+    EXPECT_EQ(buffer.GetNextChar(), 'a');
+    buffer.UnGetChar();
+    EXPECT_EQ(buffer.GetNextChar(), 'a');
+    EXPECT_EQ(buffer.GetNextChar(), 'b');
+    // One push-back per character delivered: the same one twice.
+    buffer.UnGetChar();
+    buffer.UnGetChar();
+    EXPECT_EQ(buffer.GetNextChar(), 'b');
+    EXPECT_EQ(buffer.GetNextChar(), 'b');
+    EXPECT_EQ(buffer.GetNextChar(), 'c');
+    EXPECT_EQ(buffer.GetNextChar(), -128) << size;
+    EXPECT_EQ(buffer.GetNextChar(), 'd');
+    EXPECT_EQ(buffer.GetNextChar(), -1);
+    EXPECT_EQ(buffer.GetNextChar(), 'e');
+    EXPECT_EQ(buffer.GetNextChar(), -1);
+    EXPECT_EQ(buffer.GetNextChar(), -1);
+    EXPECT_EQ(buffer.offset(), 7);
+  }
+}
