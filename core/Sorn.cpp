@@ -36,6 +36,15 @@ void Sorn::Error(const String& text) {
   output()->Flush();
 }
 
+void Sorn::AddCommerceHandler(const String& method, const String& library) {
+  commercemethods_.Insert(new CommerceMethod(method, library), ListTail);
+}
+
+void Sorn::AddPackage(const String& code, const String& name, const String& description, const String& version,
+                      const String& path, const String& defaultpath) {
+  packages_.Insert(new Package(code, name, description, version, path, defaultpath), ListTail);
+}
+
 DatabaseView* Sorn::FindDatabaseView(const String&) { return nullptr; }
 
 const char* ElementName(const Database* database) { return database->name().chars(); }

@@ -6,7 +6,9 @@
 
 #include <ctime>
 
+#include "core/CommerceMethod.h"
 #include "core/List.h"
+#include "core/Package.h"
 #include "core/String.h"
 
 class Config;
@@ -89,6 +91,12 @@ class Sorn {
   virtual Module* currentmodule() { return currentmodule_; }
   virtual SearchableList<Module>* modules() { return &modules_; }
   virtual const char* HTTPResultMessage(int status);
+  // Declarations of the configuration, kept at the end of their lists.
+  virtual void AddCommerceHandler(const String& method, const String& library);
+  virtual void AddPackage(const String& code, const String& name, const String& description,
+                          const String& version, const String& path, const String& defaultpath);
+  virtual SearchableList<CommerceMethod>* commercemethods() { return &commercemethods_; }
+  virtual SearchableList<Package>* packages() { return &packages_; }
 
   int headerssent() const { return headerssent_; }
 
@@ -111,6 +119,8 @@ class Sorn {
   MacroEncoding defaultmacroencoding_;
   SearchableList<Database> databases_;
   SearchableList<Module> modules_;
+  SearchableList<CommerceMethod> commercemethods_;
+  SearchableList<Package> packages_;
 };
 
 #endif

@@ -101,6 +101,9 @@ String Decimal(long value);
 // false once the text is used up (an empty text gives one empty piece).
 bool NextPiece(const String& text, char separator, int& position, String& piece);
 
+// A String is its own key in the containers.
+inline const char* ElementName(const String* s) { return s->chars(); }
+
 // The characters the scanner counts as white space.
 inline bool IsWhite(int c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 

@@ -4,6 +4,7 @@
 #include <stdlib.h>
 #include <signal.h>
 #include <string.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -138,4 +139,63 @@ int CGISorn::CheckConfiguration() {
     return 0;
   }
   return 1;
+}
+
+int CGISorn::ProcessConfiguration(const String&, const String& name) {
+  // TODO(log): delete the log object of an earlier run of this step.
+  EnablePackages();
+  // TODO(log): create UNIXLogFile(this, loglevel) and, with loglevel and logfile both set, open it; failing, the configuration error "Unable to open log file" and 0.
+  if (!ProcessDataDirectory(name)) return 0;
+  // TODO(log): tell the log the user, scriptuid_, scriptgid_, the script (path) and datadirectory_.
+  ApplyProcessLimits();
+  SetPathVariable();
+  return 1;
+}
+
+void CGISorn::EnablePackages() {
+  SearchableList<Package> declared;
+  while (packages_.Entries() > 0) declared.Insert(packages_.Remove(ListHead), ListTail);
+  String code;
+  for (int at = 0; !config_->packages.empty() && NextPiece(config_->packages, ',', at, code);) {
+    code.StripWhitespace();
+    Package* package = declared.Find(code.chars());
+    if (package == nullptr) continue;
+    declared.Remove(ListCurrent);
+    packages_.Insert(package, ListTail);
+  }
+  // The packages that were not enabled go with declared.
+}
+
+void CGISorn::ApplyProcessLimits() {
+  // A refused change leaves the priority as it was, which is no reason to
+  // stop the request; errno is cleared so that no later message names it.
+  if (config_->nice != 0 && nice(config_->nice) == -1) errno = 0;
+  const struct {
+    int resource;
+    int limit;
+  } limits[] = {
+      {RLIMIT_CPU, config_->maxcpu},
+      {RLIMIT_DATA, config_->maxdata},
+      {RLIMIT_STACK, config_->maxstack},
+  };
+  for (const auto& l : limits) {
+    if (l.limit == 0) continue;
+    struct rlimit current;
+    if (getrlimit(l.resource, &current) != 0) continue;
+    // The soft limit stays as read, so a lower one stays in force; a hard
+    // limit below it is refused by the system, and that is ignored.
+    current.rlim_max = (rlim_t)l.limit;
+    if (setrlimit(l.resource, &current) != 0) errno = 0;
+  }
+}
+
+void CGISorn::SetPathVariable() {
+  if (pathenv_ != nullptr) {
+    putenv((char*)"PATH=");
+    delete[] pathenv_;
+  }
+  String text = "PATH=" + config_->path;
+  pathenv_ = new char[text.length() + 1];
+  memcpy(pathenv_, text.chars(), (size_t)text.length() + 1);
+  putenv(pathenv_);
 }

@@ -21,12 +21,24 @@ class CGISorn : public Sorn {
 
   // Script location and path security (ScriptLocation.cpp).
   int GetScriptInformation(String& path, String& name) override;
+  // Applies what the configuration asks of the process once the script is
+  // known: the enabled packages, the log, the data directory and the
+  // authorization, the switch of user, then nice, the limits and PATH, so
+  // that they bind the script's user. 1, or 0 after reporting.
   int ProcessConfiguration(const String& path, const String& name) override;
   int ResolvePath(const String& path, String& result, PathType type, String& message) override;
   // The data directory of the request in the current mode, walked and
   // checked; then the site variables, with the switch of user between
   // them in server safe mode. 1, or 0 after reporting.
   int ProcessDataDirectory(const String& name);
+  // Keeps of the declared packages those that the packages key names, in
+  // the key's order.
+  void EnablePackages();
+  // nice, then maxcpu, maxdata and maxstack as hard limits over the soft
+  // limits as they stand; a limit the system refuses is left alone.
+  void ApplyProcessLimits();
+  // PATH from the path key; the buffer lives until this object ends.
+  void SetPathVariable();
   int RunningSetUIDRoot();
   int SwitchToUserMode(int uid);
   String UserNameFromUID(int uid);

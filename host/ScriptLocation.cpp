@@ -131,7 +131,7 @@ int CGISorn::GetScriptInformation(String& path, String& name) {
     Error(FatalError("'" + name + "' does not have a valid extension"));
     return 0;
   }
-  contenttype_ = config_->defaultcontenttype;
+  contenttype_ = config_->GetContentType(extension);
 
   // From here on the owner of the file is the user, whatever a ~user of the
   // request said.
@@ -149,8 +149,6 @@ int CGISorn::GetScriptInformation(String& path, String& name) {
   return 1;
 }
 
-int CGISorn::ProcessConfiguration(const String&, const String& name) { return ProcessDataDirectory(name); }
-
 int CGISorn::ProcessDataDirectory(const String& name) {
   if (servermode_ == 1 && (int)geteuid() != scriptuid_) {
     Error(FatalError("'" + name + "' is not owned by " + UserNameFromUID((int)geteuid())));
@@ -159,15 +157,17 @@ int CGISorn::ProcessDataDirectory(const String& name) {
   if (servermode_ == 1 || servermode_ == 2) {
     const String& userdir = config_->authuserdir;
     datadirectory_ = String();
-    // Without authuserdir only the authorization file can grant a directory.
+    // authuserdir is the default grant; the authorization file may replace
+    // or withdraw it.
     if (scriptuid_ != 0 && !userdir.empty()) {
       if (userdir.matches('/', 0) || homedirectory_.empty())
         datadirectory_ = userdir;
       else
         datadirectory_ = homedirectory_ + "/" + userdir;
     }
-    // The authorization file is not read yet: no user is found in it, so
-    // the directory made from authuserdir stands.
+    if (!config_->authfile.empty() &&
+        config_->ReadAuthFile(scriptuid_, scriptgid_, username_, homedirectory_, datadirectory_) != 0)
+      return 0;
     if (datadirectory_.empty()) {
       const char* product = servermode_ == 2 ? "Sorn Script" : "loomtext";
       Error(ConfigurationError(config_, username_ + " is not authorized to use " + product));

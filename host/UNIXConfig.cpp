@@ -6,6 +6,7 @@
 #include "core/Error.h"
 #include "core/Sorn.h"
 #include "host/SiteVarsParser.h"
+#include "host/UNIXAuthFileParser.h"
 #include "host/UNIXConfigParser.h"
 #include "script/Variable.h"
 #include "script/Variables.h"
@@ -40,27 +41,13 @@ int UNIXConfig::ReadConfiguration(const String& file) {
   return 0;
 }
 
-// Replaces each &[NAME] by the value of NAME in the environment the process
-// started with. Whatever follows '&' opens a reference; a ';' after the ']'
-// stays in the value.
+// References name the environment the process started with; an unknown
+// name expands to nothing.
 void UNIXConfig::ProcessMacros(String& value) {
-  String result;
-  int n = value.length();
-  for (int i = 0; i < n; i++) {
-    if (value[i] != '&') {
-      result.cat(value[i]);
-      continue;
-    }
-    int start = i + 2;
-    int end = start;
-    while (end < n && value[end] != ']') end++;
-    String name = value.at(start, end);
-    name.StripWhitespace();
+  ExpandReferences(value, [this](const String& name) {
     Variable* v = sorn_->environment()->Find(name);
-    if (v != nullptr) result.cat(v->value());
-    i = end;
-  }
-  value = result;
+    return v != nullptr ? v->value() : String();
+  });
 }
 
 int UNIXConfig::ValidateConfiguration() {
@@ -105,4 +92,39 @@ int UNIXConfig::ReadSiteVarsFile(Sorn* sorn, const String& path, int required) {
   SiteVarsParser parser(sorn, &buffer);
   parser.Parse();
   return 0;
+}
+
+namespace {
+
+String WithoutLeadingDot(const String& text) { return text.matches('.', 0) && !text.empty() ? text.from(1) : text; }
+
+}  // namespace
+
+void UNIXConfig::AddContentType(const String& extensions, const String& type) {
+  String item;
+  for (int at = 0; NextPiece(extensions, ',', at, item);) {
+    item.StripWhitespace();
+    item = WithoutLeadingDot(item);
+    MimeType* known = mimetypes_.Find(item.chars());
+    if (known != nullptr)
+      known->type = type;
+    else
+      mimetypes_.Insert(new MimeType(item, type));
+  }
+}
+
+String UNIXConfig::GetContentType(const String& extension) {
+  MimeType* known = mimetypes_.Find(WithoutLeadingDot(extension).chars());
+  return known != nullptr ? known->type : defaultcontenttype;
+}
+
+int UNIXConfig::ReadAuthFile(int uid, int gid, const String& username, const String& homedirectory,
+                             String& datadirectory) {
+  Buffer buffer(sorn_, 8192);
+  if (!buffer.Open(authfile, authfile)) {
+    sorn_->Error(ConfigurationError(this, "Error opening authfile"));
+    return 1;
+  }
+  UNIXAuthFileParser parser(sorn_, &buffer, this, uid, gid, username, homedirectory, datadirectory);
+  return parser.Parse() ? 0 : 1;
 }

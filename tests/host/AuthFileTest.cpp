@@ -1,0 +1,114 @@
+#include <gtest/gtest.h>
+
+#include <pwd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+
+#include "host/UNIXConfig.h"
+#include "tests/host/TestHost.h"
+
+namespace {
+
+// The authorization file read for one user of the password file, with the
+// directory that authuserdir would have given as the starting grant.
+class AuthFileTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    struct passwd* pw = getpwnam("daemon");
+    ASSERT_NE(pw, nullptr) << "the tests use the standard account daemon";
+    uid_ = (int)pw->pw_uid;
+    gid_ = (int)pw->pw_gid;
+    home_ = pw->pw_dir;
+    file_ = host_.directory_ + "/users.auth";
+    host_.config_.authfile = file_.c_str();
+  }
+  void TearDown() override { unlink(file_.c_str()); }
+
+  // The page's text after the decision; directory_ holds the result.
+  std::string Read(const std::string& text, const char* start = "/granted/", int uid = -2, int gid = -2,
+                   const char* user = "daemon") {
+    FILE* f = fopen(file_.c_str(), "w");
+    fputs(text.c_str(), f);
+    fclose(f);
+    directory_ = start;
+    result_ = host_.config_.ReadAuthFile(uid == -2 ? uid_ : uid, gid == -2 ? gid_ : gid, user, home_.c_str(),
+                                         directory_);
+    return host_.text();
+  }
+  std::string dir() const { return directory_.chars(); }
+
+  TestHost host_;
+  int uid_ = -1, gid_ = -1, result_ = -1;
+  std::string home_, file_;
+  String directory_;
+};
+
+TEST_F(AuthFileTest, FirstLineNamingTheUserDecides) {
+  Read("# users\n\nno-such-login-x=/x\nbin=/bin-data\n  daemon = /d1   # first\ndaemon=/d2\n");
+  EXPECT_EQ(result_, 0);
+  EXPECT_EQ(dir(), "/d1/");
+  // Nobody named: the starting grant stands.
+  Read("bin=/b\nno-such-login-x\n");
+  EXPECT_EQ(dir(), "/granted/");
+  // A deny withdraws even the starting grant, and nothing behind it counts.
+  Read("-daemon\ndaemon=/d2\n");
+  EXPECT_EQ(result_, 0);
+  EXPECT_EQ(dir(), "");
+}
+
+TEST_F(AuthFileTest, BlocksSetTheDefaultAndSignsOverrideIt) {
+  Read("<AUTH ACCESS=\"deny\">\ndaemon=/d\n</AUTH>\n");
+  EXPECT_EQ(dir(), "");
+  Read("<AUTH ACCESS=deny TYPE=login>\n+daemon=data\n</AUTH>\n");
+  EXPECT_EQ(dir(), home_ + "/data/");
+  // The end of a block restores allow.
+  Read("<AUTH ACCESS=deny>\nbin\n</AUTH>\ndaemon\n");
+  EXPECT_EQ(dir(), home_ + "/");
+  // No directory means the home directory; a '#' cuts the line even behind
+  // a backslash.
+  Read("+ daemon = &[LoginID]/&[HOMEDIR]/&[groupid]&[nosuch]/x\\#y\n");
+  EXPECT_EQ(dir(), home_ + "/daemon/" + home_ + "/daemon/x\\/");
+}
+
+TEST_F(AuthFileTest, RefusalsAndFailures) {
+  EXPECT_EQ(Read("root=/r\n", "", 0, 0, "root"),
+            "Configuration Error: root may not be authorized to run Loomtext<BR>\n"
+            "Please contact the server administrator: webmaster@localhost\r\n");
+  EXPECT_EQ(result_, 1);
+  // A denial for root is no error.
+  Read("-root\n", "/r/", 0, 0, "root");
+  EXPECT_EQ(result_, 0);
+  EXPECT_EQ(dir(), "");
+
+  EXPECT_NE(Read("<AUTH TYPE=group>\n", "", uid_, -1).find("Group mode authorization is not supported in this "
+                                                           "version of Sorn"),
+            std::string::npos);
+  EXPECT_EQ(result_, 1);
+
+  unlink(file_.c_str());
+  directory_ = "/kept/";
+  EXPECT_EQ(host_.config_.ReadAuthFile(uid_, gid_, "daemon", home_.c_str(), directory_), 1);
+  EXPECT_NE(host_.text().find("Configuration Error: Error opening authfile<BR>"), std::string::npos);
+}
+
+// Group mode sets the process's groups to the user's: it runs in a child.
+TEST_F(AuthFileTest, GroupModeMatchesTheUsersGroups) {
+  if (geteuid() != 0) GTEST_SKIP() << "initgroups needs root";
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    Read("<AUTH TYPE=group>\nroot=/no\ndaemon=/by-group/&[groupid]\n</AUTH>\n");
+    int first = dir() == "/by-group/daemon/";
+    // After the block, lines name logins again.
+    Read("<AUTH TYPE=group>\n</AUTH>\nroot=/no\n");
+    _exit(first && dir() == "/granted/" ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+}
+
+}  // namespace

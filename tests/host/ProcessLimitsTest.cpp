@@ -1,0 +1,128 @@
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+
+#include "core/Config.h"
+#include "host/CGISorn.h"
+
+namespace {
+
+// The limits change the process for good, so each case runs in a child
+// that reports the limits it ends with on a pipe.
+class ProcessLimitsTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/sorn-limits-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    root_ = pattern;
+  }
+  void TearDown() override {
+    unlink((root_ + "/sorn.conf").c_str());
+    rmdir(root_.c_str());
+  }
+
+  // Sets the soft limits of CPU, data and stack to soft (keeping each hard
+  // limit unless it is lower), applies the configuration's limits, and
+  // gives back "soft/hard" of each, "=" for an unchanged hard limit.
+  std::string Apply(const std::string& conf, const rlim_t soft[3]) {
+    FILE* f = fopen((root_ + "/sorn.conf").c_str(), "w");
+    fprintf(f, "sornroot=%s\n%s\n", root_.c_str(), conf.c_str());
+    fclose(f);
+    int channel[2];
+    if (pipe(channel) != 0) return "no pipe";
+    pid_t child = fork();
+    if (child == 0) {
+      close(channel[0]);
+      std::string program = root_ + "/sorn";
+      char* argv[] = {&program[0], nullptr};
+      CGISorn sorn(1, argv);
+      if (!sorn.LoadConfiguration()) _exit(1);
+      // Nothing is allocated while the soft limits are low: a sanitizer's
+      // allocator would not get the memory it maps.
+      const int resources[3] = {RLIMIT_CPU, RLIMIT_DATA, RLIMIT_STACK};
+      struct rlimit before[3], after[3];
+      for (int i = 0; i < 3; i++) {
+        getrlimit(resources[i], &before[i]);
+        struct rlimit l = before[i];
+        if (soft[i] <= l.rlim_max) l.rlim_cur = soft[i];
+        setrlimit(resources[i], &l);
+      }
+      sorn.ApplyProcessLimits();
+      for (int i = 0; i < 3; i++) {
+        getrlimit(resources[i], &after[i]);
+        struct rlimit open = {before[i].rlim_cur, after[i].rlim_max};
+        if (open.rlim_cur > open.rlim_max) open.rlim_cur = open.rlim_max;
+        setrlimit(resources[i], &open);
+      }
+      std::string text;
+      for (int i = 0; i < 3; i++)
+        text += (i ? " " : "") + Number(after[i].rlim_cur) + "/" +
+                (after[i].rlim_max == before[i].rlim_max ? "=" : Number(after[i].rlim_max));
+      ssize_t written = write(channel[1], text.data(), text.size());
+      _exit(written == (ssize_t)text.size() ? 0 : 1);
+    }
+    close(channel[1]);
+    std::string text;
+    char block[256];
+    for (ssize_t n; (n = read(channel[0], block, sizeof block)) > 0;) text.append(block, (size_t)n);
+    close(channel[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return text;
+  }
+  static std::string Number(rlim_t value) {
+    return value == RLIM_INFINITY ? "inf" : std::to_string((unsigned long long)value);
+  }
+
+  std::string root_;
+};
+
+const rlim_t kMiB = 1024 * 1024;
+
+TEST_F(ProcessLimitsTest, HardLimitsTakeTheKeysOverLowerSoftLimits) {
+  const rlim_t soft[3] = {50, 512 * kMiB, 8 * kMiB};
+  EXPECT_EQ(Apply("maxcpu=100\nmaxdata=" + std::to_string(1024 * kMiB) + "\nmaxstack=" + std::to_string(16 * kMiB),
+                  soft),
+            "50/100 " + std::to_string(512 * kMiB) + "/" + std::to_string(1024 * kMiB) + " " +
+                std::to_string(8 * kMiB) + "/" + std::to_string(16 * kMiB));
+  // A key equal to the soft limit is a limit too.
+  EXPECT_EQ(Apply("maxcpu=50", soft), "50/50 " + std::to_string(512 * kMiB) + "/= " + std::to_string(8 * kMiB) + "/=");
+}
+
+TEST_F(ProcessLimitsTest, AHardLimitBelowTheSoftLimitIsRefusedAndIgnored) {
+  const rlim_t soft[3] = {RLIM_INFINITY, 512 * kMiB, 8 * kMiB};
+  EXPECT_EQ(Apply("maxcpu=1\nmaxdata=1024\nmaxstack=0", soft),
+            "inf/= " + std::to_string(512 * kMiB) + "/= " + std::to_string(8 * kMiB) + "/=");
+}
+
+TEST_F(ProcessLimitsTest, NiceLowersThePriority) {
+  int channel[2];
+  ASSERT_EQ(pipe(channel), 0);
+  FILE* f = fopen((root_ + "/sorn.conf").c_str(), "w");
+  fprintf(f, "sornroot=%s\nnice=3\n", root_.c_str());
+  fclose(f);
+  pid_t child = fork();
+  if (child == 0) {
+    std::string program = root_ + "/sorn";
+    char* argv[] = {&program[0], nullptr};
+    CGISorn sorn(1, argv);
+    int before = getpriority(PRIO_PROCESS, 0);
+    int ok = sorn.LoadConfiguration();
+    sorn.ApplyProcessLimits();
+    char step = ok ? (char)('0' + getpriority(PRIO_PROCESS, 0) - before) : 'x';
+    _exit(write(channel[1], &step, 1) == 1 ? 0 : 1);
+  }
+  close(channel[1]);
+  char step = 0;
+  EXPECT_EQ(read(channel[0], &step, 1), 1);
+  close(channel[0]);
+  waitpid(child, nullptr, 0);
+  EXPECT_EQ(step, '3');
+}
+
+}  // namespace

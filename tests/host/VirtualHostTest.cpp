@@ -1,0 +1,213 @@
+#include <gtest/gtest.h>
+
+#include <ftw.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/Package.h"
+#include "host/CGISorn.h"
+#include "host/UNIXConfig.h"
+#include "host/UNIXConfigParser.h"
+#include "script/Variables.h"
+
+namespace {
+
+int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
+
+// One request taken up to the end of ProcessConfiguration, with the
+// configuration file made of conf_ and the host named by SERVER_NAME.
+class VirtualHostTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/sorn-vh-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    root_ = pattern;
+    mkdir((root_ + "/site").c_str(), 0700);
+    mkdir((root_ + "/data").c_str(), 0700);
+    fclose(fopen((root_ + "/site/t.sn").c_str(), "w"));
+    base_ = {"sornroot=" + root_ + "/site", "stdmodedatadir=" + root_ + "/data", "dnslookup=0"};
+    saved_path_ = getenv("PATH") ? getenv("PATH") : "";
+  }
+  void TearDown() override {
+    sorn_.reset();
+    unsetenv("SERVER_NAME");
+    unsetenv("PATH_INFO");
+    setenv("PATH", saved_path_.c_str(), 1);
+    nftw(root_.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
+  }
+
+  // 1 when every step succeeded; body_ holds what the page got.
+  int Run(const std::vector<std::string>& conf, const char* host = "www.one.test") {
+    FILE* f = fopen((root_ + "/sorn.conf").c_str(), "w");
+    for (const std::string& line : base_) fprintf(f, "%s\n", line.c_str());
+    for (const std::string& line : conf) fprintf(f, "%s\n", line.c_str());
+    fclose(f);
+    host != nullptr ? setenv("SERVER_NAME", host, 1) : unsetenv("SERVER_NAME");
+    setenv("PATH_INFO", "/t.sn", 1);
+    program_ = root_ + "/sorn";
+    char* argv[] = {&program_[0], nullptr};
+    sorn_.reset(new CGISorn(1, argv));
+    testing::internal::CaptureStdout();
+    String path, name;
+    int ok = sorn_->AddEnvironmentVariables() && sorn_->LoadConfiguration() && sorn_->CheckConfiguration() &&
+             sorn_->GetScriptInformation(path, name) && sorn_->ProcessConfiguration(path, name);
+    std::string page = testing::internal::GetCapturedStdout();
+    size_t start = page.find("\r\n\r\n");
+    body_ = start == std::string::npos ? "" : page.substr(start + 4);
+    return ok;
+  }
+  int timeout() { return sorn_->config()->globaltimeout; }
+  std::string packages() {
+    std::string codes;
+    for (Package* p = sorn_->packages()->First(); p != nullptr; p = sorn_->packages()->Next())
+      codes += std::string(codes.empty() ? "" : ",") + p->code.chars();
+    return codes;
+  }
+
+  std::string root_, body_, program_, saved_path_;
+  std::vector<std::string> base_;
+  std::unique_ptr<CGISorn> sorn_;
+};
+
+TEST_F(VirtualHostTest, HostSettingsAreBuiltInFileOrderAndReadingStopsAfterTheOwnBlock) {
+  const std::vector<std::string> conf = {
+      "globaltimeout=1", "mailtimeout=1",
+      "<VIRTUALHOST www.one.test>", "globaltimeout=2", "</VIRTUALHOST>",
+      "mailtimeout=3",  // between the blocks: for the hosts whose block comes later
+      "<VIRTUALHOST WWW.TWO.test>", "globaltimeout=4", "</VIRTUALHOST>",
+      "globaltimeout=5", "calltimeout=5",  // behind the blocks: hosts without a block
+  };
+  struct {
+    const char* host;
+    int global, mail, call;
+  } cases[] = {
+      {"www.one.test", 2, 1, 30},
+      {"www.two.TEST", 4, 3, 30},
+      {"www.three.test", 5, 3, 5},
+      {nullptr, 1, 1, 30},  // no host named: nothing from the first block on
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.host ? c.host : "(no host)");
+    ASSERT_EQ(Run(conf, c.host), 1) << body_;
+    EXPECT_EQ(timeout(), c.global);
+    EXPECT_EQ(sorn_->config()->mailtimeout, c.mail);
+    EXPECT_EQ(sorn_->config()->calltimeout, c.call);
+  }
+  // The host comes from the variable that virtualhostvariable names, and an
+  // address as given is compared as text.
+  setenv("HTTP_X_SITE", "10.0.0.7", 1);
+  ASSERT_EQ(Run({"virtualhostvariable=HTTP_X_SITE", "dnslookup=1", "<VIRTUALHOST 10.0.0.7>", "globaltimeout=7",
+                 "</VIRTUALHOST>"}),
+            1)
+      << body_;
+  unsetenv("HTTP_X_SITE");
+  EXPECT_EQ(timeout(), 7);
+}
+
+TEST_F(VirtualHostTest, HostTagsAreCheckedWhereverTheyStand) {
+  EXPECT_EQ(Run({"<VIRTUALHOST   >", "</VIRTUALHOST>"}), 0);
+  EXPECT_EQ(body_, "Syntax error in Configuration File: Line 4: VIRTUALHOST expects exactly 1 parameter<BR>\n"
+                   "Please contact the server administrator: webmaster@localhost\r\n");
+  EXPECT_EQ(Run({"</VIRTUALHOST>"}), 0);
+  EXPECT_NE(body_.find("Line 4: /VIRTUALHOST without corresponding VIRTUALHOST<BR>"), std::string::npos) << body_;
+  // Inside another host's block the lines are skipped, but not the tags.
+  EXPECT_EQ(Run({"<VIRTUALHOST other>", "no equals sign here", "", "<VIRTUALHOST", "www.one.test>"}), 0);
+  EXPECT_NE(body_.find("Line 8: Nested VIRTUALHOST tags are not allowed"), std::string::npos) << body_;
+  // The first host tag ends the file for a request without a host, before
+  // its parameter is looked at.
+  EXPECT_EQ(Run({"<VIRTUALHOST>", "broken"}, nullptr), 1) << body_;
+  EXPECT_EQ(Run({"<VIRTUALHOST a"}), 0);
+  EXPECT_NE(body_.find("Unexpected end of file while looking for '&gt;'"), std::string::npos) << body_;
+}
+
+TEST_F(VirtualHostTest, DeclarationsInAnyBlockAreKeptAndPackagesFilteredByTheKey) {
+  ASSERT_EQ(Run({"packages= tools , nosuch,SHOP, tools",
+                 "<PACKAGE CODE=shop NAME=\"The shop\" DESCRIPTION=d VERSION=1 PATH=\"/p/shop.tar\">",
+                 "<VIRTUALHOST elsewhere.test>",
+                 "<PACKAGE CODE=tools NAME=Tools DESCRIPTION=\"\" VERSION=2 PATH=\"/p/tools.tar\" DEFAULTPATH=t>",
+                 "<COMMERCE-LIB METAMETHOD=\"pay\" LIBRARY=\"/lib/pay.so\">",
+                 "</VIRTUALHOST>",
+                 "<PACKAGE CODE=unused NAME=n DESCRIPTION=d VERSION=1 PATH=\"/p/u.tar\">",
+                 "<COMMERCE-LIB METHOD=ship METAMETHOD=old LIBRARY=\"/lib/ship.so\">"}),
+            1)
+      << body_;
+  EXPECT_EQ(packages(), "tools,shop");
+  Package* tools = sorn_->packages()->Find("TOOLS");
+  ASSERT_NE(tools, nullptr);
+  EXPECT_STREQ(tools->description.chars(), "");
+  EXPECT_STREQ(tools->defaultpath.chars(), "t");
+  EXPECT_STREQ(sorn_->packages()->Find("shop")->name.chars(), "The shop");
+  SearchableList<CommerceMethod>* methods = sorn_->commercemethods();
+  ASSERT_EQ(methods->Entries(), 2);
+  EXPECT_STREQ(methods->First()->name.chars(), "pay");
+  EXPECT_STREQ(methods->Next()->name.chars(), "ship");
+  EXPECT_STREQ(methods->Current()->library.chars(), "/lib/ship.so");
+
+  ASSERT_EQ(Run({"<PACKAGE CODE=a NAME=n>"}), 0);
+  EXPECT_NE(body_.find("&lt;PACKAGE&gt; requires the DESCRIPTION attribute"), std::string::npos) << body_;
+  ASSERT_EQ(Run({"<COMMERCE-LIB METHOD=m>"}), 0);
+  EXPECT_NE(body_.find("&lt;COMMERCE-LIB&gt; requires the LIBRARY attribute"), std::string::npos) << body_;
+  ASSERT_EQ(Run({"<COMMERCE-LIB LIBRARY=l>"}), 0);
+  EXPECT_NE(body_.find("&lt;COMMERCE-LIB&gt; requires the METHOD attribute"), std::string::npos) << body_;
+  // Without the key no package stays enabled.
+  ASSERT_EQ(Run({"<PACKAGE CODE=a NAME=n DESCRIPTION=d VERSION=1 PATH=p>"}), 1) << body_;
+  EXPECT_EQ(sorn_->packages()->Entries(), 0);
+}
+
+TEST_F(VirtualHostTest, ContentTypesByExtensionWithADefault) {
+  ASSERT_EQ(Run({"<CONTENT-TYPE MIMETYPE=\"text/plain\" EXTS=\"txt, .SN\">",
+                 "<CONTENT-TYPE MIMETYPE=\"text/x-sorn\" EXTS=sn>",
+                 "<CONTENT-TYPE MIMETYPE=\"text/x-any\" DEFAULT>"}),
+            1)
+      << body_;
+  UNIXConfig* config = static_cast<UNIXConfig*>(sorn_->config());
+  EXPECT_STREQ(config->GetContentType("sn").chars(), "text/x-sorn");
+  EXPECT_STREQ(config->GetContentType(".TXT").chars(), "text/plain");
+  EXPECT_STREQ(config->GetContentType("html").chars(), "text/x-any");
+  EXPECT_STREQ(config->GetContentType("").chars(), "text/x-any");
+  config->AddContentType(" , .a,b ", "x/y");
+  EXPECT_STREQ(config->GetContentType("").chars(), "x/y");
+  EXPECT_STREQ(config->GetContentType("B").chars(), "x/y");
+
+  ASSERT_EQ(Run({"<CONTENT-TYPE MIMETYPE=\"text/plain\">"}), 0);
+  EXPECT_NE(body_.find("&lt;CONTENT-TYPE&gt; requires the EXTS attribute"), std::string::npos) << body_;
+}
+
+TEST_F(VirtualHostTest, HostNamesAndAddresses) {
+  EXPECT_EQ(UNIXConfigParser::IsIPAddr(""), 1);
+  EXPECT_EQ(UNIXConfigParser::IsIPAddr("1.2"), 1);
+  EXPECT_EQ(UNIXConfigParser::IsIPAddr("10.0.0.1a"), 0);
+  String address;
+  EXPECT_EQ(UNIXConfigParser::GetHostAddress("localhost", address), 0);
+  EXPECT_STREQ(address.chars(), "127.0.0.1");
+  EXPECT_EQ(UNIXConfigParser::GetHostAddress(String("local\0host", 10), address), -1);
+  // With look-up on, both the request's name and the block's are resolved.
+  ASSERT_EQ(Run({"dnslookup=1", "<VIRTUALHOST 127.0.0.1>", "globaltimeout=9", "</VIRTUALHOST>"}, "localhost"), 1)
+      << body_;
+  EXPECT_EQ(timeout(), 9);
+  ASSERT_EQ(Run({"dnslookup=1", "<VIRTUALHOST localhost>", "globaltimeout=9", "</VIRTUALHOST>"}, "127.0.0.1"), 1)
+      << body_;
+  EXPECT_EQ(timeout(), 9);
+}
+
+TEST_F(VirtualHostTest, PathComesFromTheConfiguration) {
+  ASSERT_EQ(Run({"path=/opt/a:/opt/b"}), 1) << body_;
+  EXPECT_STREQ(getenv("PATH"), "/opt/a:/opt/b");
+  String path, name;
+  sorn_->config()->path = "/second";
+  ASSERT_EQ(sorn_->ProcessConfiguration(path, name), 1);
+  EXPECT_STREQ(getenv("PATH"), "/second");
+  // The default is the directory the engine started in.
+  ASSERT_EQ(Run({}), 1) << body_;
+  char cwd[4096];
+  ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
+  EXPECT_STREQ(getenv("PATH"), cwd);
+}
+
+}  // namespace
