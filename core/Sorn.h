@@ -11,14 +11,17 @@
 #include "core/Package.h"
 #include "core/String.h"
 
+class CommerceHandler;
 class Config;
 class Database;
 class DatabaseView;
 class Error;
 class FileManager;
+class LogFile;
 class Module;
 class NetworkManager;
 class Output;
+class ScriptParser;
 class Variable;
 class VariableList;
 class Variables;
@@ -56,6 +59,8 @@ class Sorn {
   // Reads up to size bytes of the request body; -1 on failure.
   virtual int ReadContent(char* buffer, int size) = 0;
   virtual Config* config() = 0;
+  // The event log; null until the configuration has been processed.
+  virtual LogFile* logfile() = 0;
   virtual FileManager* filemanager() = 0;
   virtual NetworkManager* networkmanager() = 0;
   virtual String basename() = 0;
@@ -96,6 +101,11 @@ class Sorn {
   virtual void AddPackage(const String& code, const String& name, const String& description,
                           const String& version, const String& path, const String& defaultpath);
   virtual SearchableList<CommerceMethod>* commercemethods() { return &commercemethods_; }
+  // The handler of a declared method, owned by the caller; null with
+  // message set when the method is not declared or cannot be run here.
+  virtual CommerceHandler* NewCommerceHandler(const String& name, ScriptParser* parser, String& message);
+  // Makes the host's kind of handler; this core has no loader, so null.
+  virtual CommerceHandler* ConstructCommerceHandler(CommerceMethod* method, ScriptParser* parser);
   virtual SearchableList<Package>* packages() { return &packages_; }
 
   int headerssent() const { return headerssent_; }

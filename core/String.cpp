@@ -288,20 +288,29 @@ int String::gsub(const char* pattern, const char* replacement) {
   return count;
 }
 
+// Both make room for the whole width at once: growing a quantum per pad
+// character would copy the text over and over for a wide pad.
 String String::padl(int width, char c) const {
   if (width > kMaxLength) width = kMaxLength;
-  String s(*this);
-  if (s.length_ >= width) return s;
-  String pad;
-  for (int i = s.length_; i < width; i++) pad.cat(c);
-  pad.cat(s);
-  return pad;
+  if (length_ >= width) return *this;
+  String s;
+  s.Reserve(width);
+  memset(s.buffer_, c, width - length_);
+  if (length_ > 0) memcpy(s.buffer_ + (width - length_), buffer_, length_);
+  s.length_ = width;
+  s.buffer_[width] = 0;
+  return s;
 }
 
 String String::padr(int width, char c) const {
   if (width > kMaxLength) width = kMaxLength;
-  String s(*this);
-  while (s.length_ < width) s.cat(c);
+  if (length_ >= width) return *this;
+  String s;
+  s.Reserve(width);
+  if (length_ > 0) memcpy(s.buffer_, buffer_, length_);
+  memset(s.buffer_ + length_, c, width - length_);
+  s.length_ = width;
+  s.buffer_[width] = 0;
   return s;
 }
 

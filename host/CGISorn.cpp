@@ -10,9 +10,11 @@
 
 #include "core/Error.h"
 #include "core/Output.h"
+#include "ext/UNIXCommerceHandler.h"
 #include "host/CGINetworkManager.h"
 #include "host/UNIXConfig.h"
 #include "host/UNIXFileManager.h"
+#include "host/UNIXLogFile.h"
 #include "script/Variable.h"
 #include "script/Variables.h"
 
@@ -35,6 +37,7 @@ CGISorn::CGISorn(int argc, char** argv)
       pathenv_(nullptr),
       signalled_(0),
       config_(nullptr),
+      logfile_(nullptr),
       filemanager_(new UNIXFileManager(this)),
       networkmanager_(new CGINetworkManager(this)),
       output_(new StandardOutput(8192)),
@@ -74,6 +77,7 @@ CGISorn::~CGISorn() {
   delete output_;
   delete networkmanager_;
   delete filemanager_;
+  delete logfile_;
   delete config_;
   if (pathenv_ != nullptr) {
     putenv((char*)"PATH=");
@@ -85,6 +89,11 @@ CGISorn::~CGISorn() {
 Config* CGISorn::config() { return config_; }
 FileManager* CGISorn::filemanager() { return filemanager_; }
 NetworkManager* CGISorn::networkmanager() { return networkmanager_; }
+LogFile* CGISorn::logfile() { return logfile_; }
+
+CommerceHandler* CGISorn::ConstructCommerceHandler(CommerceMethod* method, ScriptParser* parser) {
+  return new UNIXCommerceHandler(method, parser);
+}
 Output* CGISorn::output() { return output_; }
 String CGISorn::lasterror() { return strerror(errno); }
 
@@ -141,12 +150,18 @@ int CGISorn::CheckConfiguration() {
   return 1;
 }
 
-int CGISorn::ProcessConfiguration(const String&, const String& name) {
-  // TODO(log): delete the log object of an earlier run of this step.
+int CGISorn::ProcessConfiguration(const String& path, const String& name) {
+  delete logfile_;
   EnablePackages();
-  // TODO(log): create UNIXLogFile(this, loglevel) and, with loglevel and logfile both set, open it; failing, the configuration error "Unable to open log file" and 0.
+  // The log exists on every request, so that callers only test the
+  // pointer; it writes only when both keys are set.
+  logfile_ = new UNIXLogFile(this, config_->loglevel);
+  if (config_->loglevel != 0 && !config_->logfile.empty() && !logfile_->Open(config_->logfile)) {
+    Error(ConfigurationError(config_, "Unable to open log file"));
+    return 0;
+  }
   if (!ProcessDataDirectory(name)) return 0;
-  // TODO(log): tell the log the user, scriptuid_, scriptgid_, the script (path) and datadirectory_.
+  logfile_->SetRequest(username_, scriptuid_, scriptgid_, path, datadirectory_);
   ApplyProcessLimits();
   SetPathVariable();
   return 1;

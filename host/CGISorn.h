@@ -8,6 +8,7 @@ class CGINetworkManager;
 class StandardOutput;
 class UNIXConfig;
 class UNIXFileManager;
+class UNIXLogFile;
 
 class CGISorn : public Sorn {
  public:
@@ -58,8 +59,10 @@ class CGISorn : public Sorn {
   String MakeSessionID() override;
 
   Config* config() override;
+  LogFile* logfile() override;
   FileManager* filemanager() override;
   NetworkManager* networkmanager() override;
+  CommerceHandler* ConstructCommerceHandler(CommerceMethod* method, ScriptParser* parser) override;
   String basename() override { return basename_; }
   String hostname() override;
   int timedout() override;
@@ -79,6 +82,7 @@ class CGISorn : public Sorn {
   String basename_;
   volatile int signalled_;
   UNIXConfig* config_;
+  UNIXLogFile* logfile_;
   UNIXFileManager* filemanager_;
   CGINetworkManager* networkmanager_;
   StandardOutput* output_;

@@ -11,6 +11,7 @@
 #include "host/CGISorn.h"
 #include "host/UNIXConfig.h"
 #include "host/UNIXFileManager.h"
+#include "host/UNIXLogFile.h"
 #include "script/Module.h"
 #include "script/Variable.h"
 

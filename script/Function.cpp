@@ -20,7 +20,7 @@ void Function::SetParameters(const String& list) {
 
 BuiltinFunction::BuiltinFunction(const char* name, const char* parameters, BuiltinProc proc)
     : Function(name, 0, 0, FunctionKeepsOutputLevel, FunctionKeepsErrorLevel), proc_(proc) {
-  SetParameters(parameters);
+  if (parameters != nullptr) SetParameters(parameters);
 }
 
 int BuiltinFunction::CallFunction(ScriptParser* parser, VariableTree* locals, String& result) {

@@ -45,6 +45,7 @@ typedef void (*BuiltinProc)(Sorn* sorn, VariableTree* parameters, String& result
 
 class BuiltinFunction : public Function {
  public:
+  // A null parameter text declares no parameters at all.
   BuiltinFunction(const char* name, const char* parameters, BuiltinProc proc);
   int CallFunction(ScriptParser* parser, VariableTree* locals, String& result) override;
 

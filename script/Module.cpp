@@ -1,6 +1,7 @@
 #include "script/Module.h"
 
 #include "core/FileManager.h"
+#include "core/LogFile.h"
 #include "core/Sorn.h"
 #include "core/Config.h"
 #include "script/MacroExpander.h"
@@ -21,10 +22,13 @@ int Module::Open(const String& path, const String& name, String& error) {
   delete expander_;
   parser_ = nullptr;
   expander_ = new MacroExpander(sorn_, sorn_->config()->templatebuffersize);
+  LogFile* log = sorn_->logfile();
   if (!expander_->Open(path, name)) {
+    if (log != nullptr) log->Log(LogFileError(path, "script", "opening", sorn_->filemanager()->error()));
     error = "Error opening '" + name + "': " + sorn_->filemanager()->error();
     return 0;
   }
+  if (log != nullptr) log->Log(LogFileOpened(path, "script"));
   name_ = path;
   directory_ = String();
   char separator = sorn_->filemanager()->PathSeparator();

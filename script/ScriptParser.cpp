@@ -9,6 +9,7 @@
 #include "core/Error.h"
 #include "core/Output.h"
 #include "core/Sorn.h"
+#include "script/Builtins.h"
 #include "script/ErrorHandler.h"
 #include "script/Expression.h"
 #include "script/MacroExpander.h"
@@ -204,7 +205,11 @@ Tag* ScriptParser::FindTemplate(const String& name) {
   return tag;
 }
 
-void ScriptParser::SetupBuiltinFunctions() {}
+void ScriptParser::SetupBuiltinFunctions() {
+  int count;
+  const BuiltinDescriptor* table = BuiltinTable(&count);
+  for (int i = 0; i < count; i++) AddFunction(new BuiltinFunction(table[i].name, table[i].parameters, table[i].proc));
+}
 
 MacroExpander* ScriptParser::expander() { return static_cast<MacroExpander*>(buffer_); }
 

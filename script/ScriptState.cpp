@@ -42,7 +42,6 @@ int ScriptState::ProcessTag(Tag* tag) {
     case TagHIDE:
     case TagFILE:
     case TagLOOMTEXT:
-    case TagSnCOMMERCE:
     case TagSnOPEN:
     case TagSnCLOSE:
     case TagSnSKIP:
@@ -73,6 +72,8 @@ int ScriptState::ProcessTag(Tag* tag) {
       return ProcessSnPOP(tag);
     case TagMAIL:
       return ProcessMAIL(tag);
+    case TagSnCOMMERCE:
+      return ProcessSnCOMMERCE(tag);
     case TagSORN:
       return ProcessSORN(tag);
     case TagSnIMPORT:

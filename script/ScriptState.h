@@ -63,6 +63,8 @@ class ScriptState {
   int ProcessSnSMTP(Tag* tag);
   int ProcessSnPOP(Tag* tag);
   int ProcessMAIL(Tag* tag);
+  // Commerce methods.
+  int ProcessSnCOMMERCE(Tag* tag);
   // Tags whose subsystems are not in the engine yet.
   int NotAvailable(Tag* tag);
 

@@ -116,6 +116,14 @@ TEST(String, PaddingAndPrepend) {
   EXPECT_STREQ(String("7").padl(3, '0'), "007");
   EXPECT_STREQ(String("7").padr(3, '.'), "7..");
   EXPECT_STREQ(String("long").padl(2, '0'), "long");
+  EXPECT_STREQ(String("").padr(2, '-'), "--");
+  String nul = String("a\0b", 3).padl(5, 'x');
+  ASSERT_EQ(nul.length(), 5);
+  EXPECT_EQ(memcmp(nul.chars(), "xxa\0b", 6), 0);
+  // A wide pad is one allocation, not one per character.
+  String wide = String("x").padr(1 << 22, '.');
+  EXPECT_EQ(wide.length(), 1 << 22);
+  EXPECT_EQ(wide[(1 << 22) - 1], '.');
   String s("bc");
   s.prepend('a');
   s.prepend("__");

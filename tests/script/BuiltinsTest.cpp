@@ -1,0 +1,246 @@
+#include <gtest/gtest.h>
+
+#include <stdlib.h>
+#include <time.h>
+
+#include <set>
+#include <string>
+
+#include "script/Builtins.h"
+#include "tests/host/TestHost.h"
+#include "tests/script/BuiltinCall.h"
+#include "tests/script/RunScript.h"
+
+namespace {
+
+class BuiltinsTest : public ::testing::Test {
+ protected:
+  std::string Call(const char* name, const std::vector<std::string>& args) { return CallBuiltin(&host_, name, args); }
+  TestHost host_;
+};
+
+TEST_F(BuiltinsTest, TableHasEveryFunctionOnceInOrder) {
+  int count;
+  const BuiltinDescriptor* table = BuiltinTable(&count);
+  ASSERT_EQ(count, 92);
+  EXPECT_STREQ(table[0].name, "time_t_month");
+  EXPECT_STREQ(table[count - 1].name, "sorn_setdefaultlanguage");
+  std::set<std::string> names;
+  for (int i = 0; i < count; i++) {
+    std::string lower = table[i].name;
+    for (char& c : lower) c = (char)tolower((unsigned char)c);
+    EXPECT_TRUE(names.insert(lower).second) << table[i].name;
+  }
+}
+
+TEST_F(BuiltinsTest, FunctionsWithoutParametersDeclareNone) {
+  for (const char* name : {"timezone", "makesessionid", "sorn_package_list"}) {
+    const BuiltinDescriptor* d = FindBuiltin(name);
+    ASSERT_NE(d, nullptr);
+    BuiltinFunction f(d->name, d->parameters, d->proc);
+    EXPECT_EQ(f.parameters().Entries(), 0) << name;
+  }
+  EXPECT_EQ(Call("mktime_t", {"1970", "1", "1", "0", "0", "0", "0"}), "0");
+}
+
+TEST_F(BuiltinsTest, CalledFromScriptsByAnyCaseWithCountsChecked) {
+  EXPECT_EQ(RunScript("<SnEVAL EXPR=\"{ LEN('abc') $ Substring('abcd', 2, 2) $ isdigit(TimeZone() * -1 + 100) }\">"), "3bc1");
+  EXPECT_EQ(RunScript("<SnEVAL EXPR=\"{ makesessionid(1) }\">"),
+            "t.sn: Line 1: Expression Error: Call to function 'makesessionid' expects 0 parameters, found 1\r\n");
+  EXPECT_EQ(RunScript("<SnFUNCTION NAME=\"Len\" PARAMETERS=\"s\"></SnFUNCTION>"),
+            "t.sn: Line 1: Syntax Error: Function 'Len' has the same name as a built-in function\r\n");
+}
+
+TEST_F(BuiltinsTest, SubstringAtTheEndsOfTheText) {
+  EXPECT_EQ(Call("substring", {"abc", "3", "1"}), "c");
+  EXPECT_EQ(Call("substring", {"abc", "4", "1"}), "");
+  EXPECT_EQ(Call("substring", {"abc", "0", "2"}), "ab");
+  EXPECT_EQ(Call("substring", {"abc", "-2147483648", "1"}), "a");
+  EXPECT_EQ(Call("substring", {"abc", "2", "0"}), "");
+  EXPECT_EQ(Call("substring", {"abc", "2", "2147483647"}), "bc");
+  EXPECT_EQ(Call("substring", {"abc", "2147483647", "2147483647"}), "");
+  EXPECT_EQ(Call("substring", {"abc", "x", "y"}), "");
+  EXPECT_EQ(Call("substring", {"", "1", "1"}), "");
+  EXPECT_EQ(Call("substring", {std::string("a\0b", 3), "2", "2"}), std::string("\0b", 2));
+}
+
+TEST_F(BuiltinsTest, ClassFunctionsNeedEveryCharacterAndTakeTheEmptyText) {
+  for (const char* name : {"isalpha", "isupper", "islower", "isdigit", "isxdigit", "isalnum", "isspace",
+                           "ispunct", "isprint", "isgraph", "iscntrl", "isascii"})
+    EXPECT_EQ(Call(name, {""}), "1") << name;
+  EXPECT_EQ(Call("isdigit", {"12a"}), "0");
+  EXPECT_EQ(Call("isspace", {" \t\r\n\v\f"}), "1");
+  EXPECT_EQ(Call("iscntrl", {"\x01\x1f\x7f"}), "1");
+  EXPECT_EQ(Call("isascii", {"\x01~"}), "1");
+  EXPECT_EQ(Call("isascii", {"a\x80"}), "0");
+  EXPECT_EQ(Call("isascii", {std::string("a\0b", 3)}), "0");
+  EXPECT_EQ(Call("isprint", {"\xe9"}), "0");
+}
+
+TEST_F(BuiltinsTest, TrimsKeepTheFirstCharacterOnTheRight) {
+  EXPECT_EQ(Call("rtrim", {""}), "");
+  EXPECT_EQ(Call("rtrim", {" "}), " ");
+  EXPECT_EQ(Call("rtrim", {"   "}), " ");
+  EXPECT_EQ(Call("rtrim", {"a \t\r\n"}), "a");
+  EXPECT_EQ(Call("rtrim", {" a\v"}), " a\v");
+  EXPECT_EQ(Call("ltrim", {" \t\r\n"}), "");
+  EXPECT_EQ(Call("ltrim", {"\n a "}), "a ");
+  EXPECT_EQ(Call("ltrim", {""}), "");
+}
+
+TEST_F(BuiltinsTest, CaseLengthAndCharacters) {
+  EXPECT_EQ(Call("toupper", {"aZ\xe9-1"}), "AZ\xe9-1");
+  EXPECT_EQ(Call("len", {std::string("a\0b", 3)}), "3");
+  EXPECT_EQ(Call("asciivalue", {""}), "0");
+  EXPECT_EQ(Call("asciivalue", {"\xff"}), "255");
+  EXPECT_EQ(Call("asciichar", {"256"}), std::string("\0", 1));
+  EXPECT_EQ(Call("asciichar", {"-1"}), "\xff");
+  EXPECT_EQ(Call("asciichar", {"x"}), std::string("\0", 1));
+}
+
+TEST_F(BuiltinsTest, PaddingNeverCuts) {
+  EXPECT_EQ(Call("padr", {"7", "3", "xy"}), "7xx");
+  EXPECT_EQ(Call("padl", {"7", "3", ""}), "  7");
+  EXPECT_EQ(Call("padl", {"abc", "2", "0"}), "abc");
+  EXPECT_EQ(Call("padr", {"abc", "-5", "0"}), "abc");
+  EXPECT_EQ(Call("padr", {"abc", "many", "0"}), "abc");
+  EXPECT_EQ(Call("padl", {"", "1", std::string("\0", 1)}), std::string("\0", 1));
+}
+
+TEST_F(BuiltinsTest, GlosubAndGettoken) {
+  EXPECT_EQ(Call("glosub", {"abc", "", "x"}), "abc");
+  EXPECT_EQ(Call("glosub", {"aXbX", "X", "XX"}), "aXXbXX");
+  EXPECT_EQ(Call("gettoken", {"a,,b", ",", "3"}), "b");
+  EXPECT_EQ(Call("gettoken", {"a,,b", ",", "2"}), "");
+  EXPECT_EQ(Call("gettoken", {"a,", ",", "2"}), "");
+  EXPECT_EQ(Call("gettoken", {"a,", ",", "3"}), "");
+  EXPECT_EQ(Call("gettoken", {"a;b c", "; ", "3"}), "c");
+  EXPECT_EQ(Call("gettoken", {"a,b", "", "1"}), "a,b");
+  EXPECT_EQ(Call("gettoken", {"a,b", ",", "0"}), "");
+  EXPECT_EQ(Call("gettoken", {"a,b", ",", "-1"}), "");
+  EXPECT_EQ(Call("gettoken", {"", ",", "1"}), "");
+}
+
+TEST_F(BuiltinsTest, NumbersAsArithmeticWritesThem) {
+  EXPECT_EQ(Call("sqrt", {"2"}), "1.414214");
+  EXPECT_EQ(Call("abs", {"-2.50"}), "2.5");
+  EXPECT_EQ(Call("floor", {"abc"}), "0");
+  EXPECT_EQ(Call("power", {"10", "20"}), "100000000000000000000");
+  EXPECT_EQ(Call("power", {"10", "400"}), "inf");
+  EXPECT_EQ(Call("log", {"0"}), "-inf");
+  EXPECT_NE(Call("sqrt", {"-1"}).find("nan"), std::string::npos);
+  EXPECT_EQ(Call("power", {"1e300", "1"}).size(), 301u);
+  EXPECT_EQ(Call("int", {"1e3"}), "1");
+  EXPECT_EQ(Call("int", {"-1.9"}), "-1");
+  EXPECT_EQ(Call("int", {""}), "0");
+}
+
+TEST_F(BuiltinsTest, RndKeepsItsDecimals) {
+  EXPECT_EQ(Call("rnd", {"1", "2"}), "1.00");
+  EXPECT_EQ(Call("rnd", {"2.5", "0"}), "2");
+  EXPECT_EQ(Call("rnd", {"1", "-1"}), "1.000000");
+  EXPECT_EQ(Call("rnd", {"1e300", "2"}).size(), 304u);
+  EXPECT_EQ(Call("rnd", {"1", "2147483647"}).substr(0, 4), "1.00");
+}
+
+TEST_F(BuiltinsTest, RandomStaysWithinItsBounds) {
+  EXPECT_EQ(Call("random", {"0"}), "0");
+  EXPECT_EQ(Call("random", {"-3"}), "0");
+  EXPECT_EQ(Call("random", {"abc"}), "0");
+  std::set<std::string> seen;
+  for (int i = 0; i < 400; i++) seen.insert(Call("random", {"2"}));
+  EXPECT_EQ(seen, (std::set<std::string>{"0", "1", "2"}));
+  long big = atol(Call("random", {"2147483647"}).c_str());
+  EXPECT_GE(big, 0);
+  EXPECT_LE(big, 2147483647L);
+}
+
+TEST_F(BuiltinsTest, TimePartsInUTCWithAnHourOffset) {
+  EXPECT_EQ(Call("time_t_hour", {"0", "5"}), "5");
+  EXPECT_EQ(Call("time_t_year", {"0", "-1"}), "1969");
+  EXPECT_EQ(Call("time_t_dayofyear", {"0", "-1"}), "365");
+  EXPECT_EQ(Call("time_t_dayofweek", {"952074307", "0"}), "6");
+  EXPECT_EQ(Call("time_t_min", {"952074307", "abc"}), "5");
+  // Out of gmtime's range, and a sum past the range of the type: the
+  // all-zero record.
+  EXPECT_EQ(Call("time_t_year", {"99999999999999999999", "2147483647"}), "1900");
+  EXPECT_EQ(Call("time_t_month", {"-99999999999999999999", "-2147483648"}), "1");
+}
+
+class TimeZoneTest : public BuiltinsTest {
+ protected:
+  void SetUp() override {
+    const char* tz = getenv("TZ");
+    saved_ = tz ? tz : "";
+    had_ = tz != nullptr;
+  }
+  void TearDown() override {
+    had_ ? setenv("TZ", saved_.c_str(), 1) : unsetenv("TZ");
+    tzset();
+  }
+  void Zone(const char* tz) {
+    setenv("TZ", tz, 1);
+    tzset();
+  }
+  std::string saved_;
+  bool had_ = false;
+};
+
+TEST_F(TimeZoneTest, MktimeReadsUTCWhateverTheHostZone) {
+  for (const char* tz : {"UTC", "EST5", "XYZ-5:30"}) {
+    Zone(tz);
+    EXPECT_EQ(Call("mktime_t", {"2000", "3", "3", "9", "5", "7", "0"}), "952074307") << tz;
+    EXPECT_EQ(Call("mktime_t", {"2000", "13", "1", "0", "0", "0", "1"}), "978303600") << tz;
+  }
+  Zone("UTC");
+  EXPECT_EQ(Call("mktime_t", {"", "", "", "", "", "", ""}), "-62169984000");
+  // Extreme numbers only have to come back as some number.
+  EXPECT_FALSE(Call("mktime_t", {"-2147483648", "2147483647", "2147483647", "-2147483648", "2147483647",
+                                 "-2147483648", "-2147483648"})
+                   .empty());
+}
+
+TEST_F(TimeZoneTest, TimezoneGivesHoursEastOfUTC) {
+  Zone("EST5");
+  EXPECT_EQ(Call("timezone", {}), "-5");
+  Zone("XYZ-5:30");
+  EXPECT_EQ(Call("timezone", {}), "5");
+  Zone("UTC");
+  EXPECT_EQ(Call("timezone", {}), "0");
+}
+
+TEST_F(BuiltinsTest, SessionIdAndLanguages) {
+  std::string id = Call("makesessionid", {});
+  ASSERT_EQ(id.size(), 32u);
+  EXPECT_EQ(id.find_first_not_of("0123456789ABCDEF"), std::string::npos);
+  EXPECT_EQ(id.substr(24), "00000000");
+  EXPECT_EQ(Call("sorn_setlanguage", {"fr"}), "");
+  EXPECT_EQ(Call("sorn_setdefaultlanguage", {"de"}), "");
+  EXPECT_STREQ(host_.language().chars(), "fr");
+  EXPECT_STREQ(host_.defaultlanguage().chars(), "de");
+}
+
+TEST_F(BuiltinsTest, PackagesAsAnEmptyList) {
+  EXPECT_EQ(Call("sorn_package_list", {}), "");
+  EXPECT_EQ(Call("sorn_package_name", {"nosuch"}), "");
+  EXPECT_EQ(Call("sorn_package_defaultpath", {""}), "");
+  EXPECT_EQ(Call("sorn_package_extract", {"nosuch", "x", ""}), "Package 'nosuch' is not available");
+}
+
+TEST_F(BuiltinsTest, VariableListsByScope) {
+  host_.vars()->SetVariable("b", "1");
+  host_.vars()->SetVariable("A", "1");
+  host_.vars()->AddSystemVariable("sysvar", "1");
+  EXPECT_EQ(Call("sorn_getvarlist", {"G"}), "A,B");
+  EXPECT_EQ(Call("sorn_getvarlist", {"local"}), "A,B");
+  EXPECT_NE(("," + Call("sorn_getvarlist", {"system"}) + ",").find(",sysvar,"), std::string::npos);
+  EXPECT_EQ(Call("sorn_getvarlist", {"globals"}), "");
+  EXPECT_EQ(Call("sorn_getvarlist", {""}), "");
+  VariableTree frame(1);
+  frame.SetVariable("z", "1");
+  host_.vars()->PushLocalVars(&frame);
+  EXPECT_EQ(Call("sorn_getvarlist", {"l"}), "z");
+  host_.vars()->PopLocalVars();
+}
+
+}  // namespace
