@@ -1,8 +1,21 @@
 #include "core/NetworkManager.h"
 
+#include <climits>
 #include <cstdlib>
 
 #include "core/NetworkConnection.h"
+
+namespace {
+
+// atoi without its undefined overflow: the number is clamped to an int.
+int ToInt(const String& text) {
+  long value = strtol(text.chars(), nullptr, 10);
+  if (value > INT_MAX) return INT_MAX;
+  if (value < INT_MIN) return INT_MIN;
+  return (int)value;
+}
+
+}  // namespace
 
 int NetworkManager::IsIPAddress(const String& host) {
   for (int i = 0; i < host.length(); i++)
@@ -25,7 +38,7 @@ NetworkConnection* NetworkManager::OpenURL(const String& method, const String& u
   int port = 80;
   int colon = host.index(":");
   if (colon >= 0) {
-    port = atoi(host.after(colon).chars());
+    port = ToInt(host.after(colon));
     host = host.before(colon);
   }
 

@@ -1,4 +1,5 @@
-// Feeds a POP3 server's reply lines to the POP3 client through a whole session: greeting, USER, PASS, LIST, RETR and DELE of each message, QUIT.
+// Feeds a POP3 server's reply lines to the POP3 client through a whole session: greeting, USER, PASS, LIST,
+// RETR and DELE of each message, QUIT.
 #include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>

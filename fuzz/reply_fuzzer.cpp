@@ -35,8 +35,10 @@ class ReplyHost : public CGISorn {
 
 const char kScript[] =
     "<SORN SNCALL_ERROR=\"nonfatal\"><SnCALL ACTION=\"http://peer/page\" METHOD=\"GET\">"
-    "<SnEVAL EXPR=\"{ callnumberofheaders $ callreturnheader1 $ callobjecttype $ callobjectelement $ callvalue $ "
-    "callobjectnumattributes $ callobjectattribute1 $ callobjectvalue1 $ callobjectattribute3 $ callobjectvalue3 }\">"
+    "<SnEVAL EXPR=\"{ callnumberofheaders $ callreturnheader1 $ callobjecttype $ callobjectelement $ "
+    "callvalue $ "
+    "callobjectnumattributes $ callobjectattribute1 $ callobjectvalue1 $ callobjectattribute3 $ "
+    "callobjectvalue3 }\">"
     "</SnCALL>done";
 
 }  // namespace

@@ -1,7 +1,8 @@
-// Feeds an SMTP server's reply lines to the SMTP client through a whole session: greeting, HELO, MAIL, RCPT, DATA, end, QUIT.
+// Feeds an SMTP server's reply lines to the SMTP client through a whole session: greeting, HELO, MAIL, RCPT,
+// DATA, end, QUIT.
+#include "core/Output.h"
 #include "fuzz/FuzzHost.h"
 #include "fuzz/MemoryConnection.h"
-#include "core/Output.h"
 #include "script/SMTP.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

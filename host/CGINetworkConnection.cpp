@@ -55,7 +55,9 @@ int CGINetworkConnection::ReadLine(String& line, int timeout) {
 int CGINetworkConnection::Write(const char* data, int length) {
   if (socket_ < 0) return -1;
   if (length < 0) length = (int)strlen(data);
-  return (int)write(socket_, data, (size_t)length);
+  // A peer that has gone away makes this write fail, not raise SIGPIPE:
+  // that signal means the web server has gone, and would end the script.
+  return (int)send(socket_, data, (size_t)length, MSG_NOSIGNAL);
 }
 
 int CGINetworkConnection::Connect(const String& address, int port) {

@@ -191,8 +191,8 @@ int Call::OpenMultipartConnection() {
   for (Variable* field = fields_.First(); field != nullptr; field = fields_.Next())
     length += boundary.length() + 4 + field->name().length() + 43 + field->value().length() + 2;
   for (CallFile* file = files_.First(); file != nullptr; file = files_.Next())
-    length += boundary.length() + 4 + file->name.length() + file->filename.length() + 54 + file->type.length() +
-              18 + file->size + 2;
+    length += boundary.length() + 4 + file->name.length() + file->filename.length() + 54 +
+              file->type.length() + 18 + file->size + 2;
   length += boundary.length() + 6;
   // Content-Length is written from an int.
   if (length > INT_MAX) return Error("Unable to open URL '" + url_ + "': the files are too large to send");
@@ -209,8 +209,8 @@ int Call::OpenMultipartConnection() {
   }
   for (CallFile* file = files_.First(); file != nullptr; file = files_.Next()) {
     connection_->Write("--" + boundary + "\r\n");
-    connection_->Write("Content-Disposition: form-data; name=\"" + file->name + "\"; filename=\"" + file->filename +
-                       "\"\r\n");
+    connection_->Write("Content-Disposition: form-data; name=\"" + file->name + "\"; filename=\"" +
+                       file->filename + "\"\r\n");
     connection_->Write("Content-Type: " + file->type + "\r\n");
     connection_->Write(String("\r\n"));
     if (SendFile(file) != 0) return CallFailed;
@@ -225,7 +225,8 @@ int Call::OpenMultipartConnection() {
 int Call::SendFile(CallFile* file) {
   Sorn* sorn = parser_->sorn();
   File* input = sorn->filemanager()->Open(file->path, FileRead);
-  if (input == nullptr) return Error("Unable to open '" + file->filename + "': " + sorn->filemanager()->error());
+  if (input == nullptr)
+    return Error("Unable to open '" + file->filename + "': " + sorn->filemanager()->error());
   int size = sorn->config()->contentbuffersize;
   if (size < 1) size = 1;
   char* block = new char[size];
@@ -312,7 +313,8 @@ int Call::GetNextNameValuePair(String& source, String& name, String& value) {
     if (c == '/') {
       int after = Next();
       if (after == -1) return Error(kEOFInTag);
-      if (after != '>') return Error("Found &quot;" + String().assign((char)after) + "&quot; in tag following /");
+      if (after != '>')
+        return Error("Found &quot;" + String().assign((char)after) + "&quot; in tag following /");
       source.cat('/');
     }
     source.cat('>');
@@ -335,7 +337,8 @@ int Call::GetNextNameValuePair(String& source, String& name, String& value) {
     if (c == '/') {
       int after = Next();
       if (after == -1) return Error(kEOFInTag);
-      if (after != '>') return Error("Found &quot;" + String().assign((char)after) + "&quot; in tag following /");
+      if (after != '>')
+        return Error("Found &quot;" + String().assign((char)after) + "&quot; in tag following /");
       source.cat('/');
     }
     buffer_->UnGetChar();

@@ -20,7 +20,8 @@ int ScriptState::ProcessSnCALL(Tag* tag) {
   }
   String files = tag->Value("FILES");
   if (!files.empty() && !method->value.matches("POST") && !method->value.matches("PUT")) {
-    parser_->SyntaxError(*tag + " requires the METHOD attribute to be 'POST' or 'PUT' when the FILES attribute is specified");
+    parser_->SyntaxError(
+        *tag + " requires the METHOD attribute to be 'POST' or 'PUT' when the FILES attribute is specified");
     return StateFailure;
   }
   CALLState* state = new CALLState(this, tag);
@@ -89,7 +90,8 @@ int CALLState::ExitState() {
   if (!finished_) {
     int legacy = tag_->id() == TagCALL;
     TagTable targets(1);
-    targets.Insert(new Tag(legacy ? "CALL" : "SnCALL", legacy ? TagCALL : TagSnCALL, legacy ? TagEndCALL : TagEndSnCALL));
+    targets.Insert(new Tag(legacy ? "CALL" : "SnCALL", legacy ? TagCALL : TagSnCALL,
+                           legacy ? TagEndCALL : TagEndSnCALL));
     targets.Insert(new Tag(legacy ? "/CALL" : "/SnCALL", legacy ? TagEndCALL : TagEndSnCALL, 0));
     Tag* found = nullptr;
     int scan = parser_->FindTag(&found, &targets);

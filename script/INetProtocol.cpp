@@ -3,7 +3,8 @@
 #include "core/NetworkConnection.h"
 #include "core/Sorn.h"
 
-INetProtocol::INetProtocol(Sorn* sorn, const int timeout) : sorn_(sorn), timeout_(timeout), connection_(nullptr) {}
+INetProtocol::INetProtocol(Sorn* sorn, const int timeout)
+    : sorn_(sorn), timeout_(timeout), connection_(nullptr) {}
 
 int INetProtocol::Connect(NetworkConnection* connection) {
   if (connection_ != nullptr) Disconnect();

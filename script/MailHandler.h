@@ -37,8 +37,8 @@ class MailHandler {
   // Connects to port 110 of mailhost, logs in and lists the maildrop;
   // messages will be saved in directory (inside the data directory). 1,
   // or 0 with error() set (empty when the greeting failed).
-  int StartGetMail(const String& mailhost, const String& login, const String& password, const String& directory,
-                   int deleteAfterReading);
+  int StartGetMail(const String& mailhost, const String& login, const String& password,
+                   const String& directory, int deleteAfterReading);
   // Fetches the next message and sets its variables in tree: 2 for a
   // message, 3 when there are no more, 0 with error() set.
   int GetNextMessage(VariableTree& tree);

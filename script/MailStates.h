@@ -36,7 +36,8 @@ class GetMailState : public ScriptState {
   ~GetMailState() override;
   // Logs in and fetches the first message: 3 to run the body, 2 for an
   // empty maildrop, else what RuntimeError gave.
-  int StartGetMail(const String& mailhost, const String& login, const String& password, const String& directory);
+  int StartGetMail(const String& mailhost, const String& login, const String& password,
+                   const String& directory);
   int ProcessTag(Tag* tag) override;
   // Ends the session (QUIT) and skips what is left of the body; 0 when the
   // closing tag is missing.

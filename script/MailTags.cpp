@@ -51,15 +51,15 @@ int SkipBody(ScriptParser* parser, int opening) {
 
 int ScriptState::ProcessSnSMTP(Tag* tag) {
   SendMailState* state = new SendMailState(this, tag);
-  int result = state->StartSendMail(tag->Value("TO"), tag->Value("CC"), tag->Value("FROM"), tag->Value("SUBJECT"),
-                                    tag->Value("MAILHOST"));
+  int result = state->StartSendMail(tag->Value("TO"), tag->Value("CC"), tag->Value("FROM"),
+                                    tag->Value("SUBJECT"), tag->Value("MAILHOST"));
   return Settle(parser_, state, result);
 }
 
 int ScriptState::ProcessSnPOP(Tag* tag) {
   GetMailState* state = new GetMailState(this, tag);
-  int result =
-      state->StartGetMail(tag->Value("MAILHOST"), tag->Value("LOGIN"), tag->Value("PASSWORD"), tag->Value("DIRECTORY"));
+  int result = state->StartGetMail(tag->Value("MAILHOST"), tag->Value("LOGIN"), tag->Value("PASSWORD"),
+                                   tag->Value("DIRECTORY"));
   return Settle(parser_, state, result);
 }
 
@@ -72,16 +72,16 @@ int ScriptState::ProcessMAIL(Tag* tag) {
     return Settle(parser_, state, result);
   }
   GetMailState* state = new GetMailState(this, tag);
-  int result =
-      state->StartGetMail(tag->Value("MAILHOST"), tag->Value("LOGIN"), tag->Value("PASSWORD"), tag->Value("DIRECTORY"));
+  int result = state->StartGetMail(tag->Value("MAILHOST"), tag->Value("LOGIN"), tag->Value("PASSWORD"),
+                                   tag->Value("DIRECTORY"));
   return Settle(parser_, state, result);
 }
 
 SendMailState::SendMailState(ScriptState* parent, Tag* tag)
     : ScriptState(parent, tag), finished_(0), saved_(nullptr), handler_(parser_) {}
 
-int SendMailState::StartSendMail(const String& to, const String& cc, const String& from, const String& subject,
-                                 const String& mailhost) {
+int SendMailState::StartSendMail(const String& to, const String& cc, const String& from,
+                                 const String& subject, const String& mailhost) {
   // The line end behind the opening tag belongs to the script, not to the
   // message. A lone CR is dropped on the way into the message anyway.
   Buffer* buffer = parser_->buffer();

@@ -1,11 +1,24 @@
 #include "script/POP3.h"
 
+#include <climits>
 #include <cstdlib>
 
 #include "core/Config.h"
 #include "core/File.h"
 #include "core/FileManager.h"
 #include "core/Sorn.h"
+
+namespace {
+
+// atoi without its undefined overflow: the number is clamped to an int.
+int ToInt(const String& text) {
+  long value = strtol(text.chars(), nullptr, 10);
+  if (value > INT_MAX) return INT_MAX;
+  if (value < INT_MIN) return INT_MIN;
+  return (int)value;
+}
+
+}  // namespace
 
 POP3::POP3(Sorn* sorn, int deleteAfterReading)
     : INetProtocol(sorn, sorn->config()->mailtimeout),
@@ -56,7 +69,7 @@ int POP3::ProcessResponse(const String& line) {
         nextstate_ = POP3ListLines;
         String number = out.before(" ");
         String size = out.after(" ");
-        messages_.Insert(new POP3Message(sorn_, atoi(number.chars()), atoi(size.chars())), ListTail);
+        messages_.Insert(new POP3Message(sorn_, ToInt(number), ToInt(size)), ListTail);
       }
       break;
     default:

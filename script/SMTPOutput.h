@@ -12,7 +12,8 @@ class NetworkConnection;
 class SMTPOutput : public Output {
  public:
   // Keeps the connection without owning it.
-  SMTPOutput(NetworkConnection* connection, int size) : Output(size), linestart_(0), connection_(connection) {}
+  SMTPOutput(NetworkConnection* connection, int size)
+      : Output(size), linestart_(0), connection_(connection) {}
   ~SMTPOutput() override;
 
   // Buffers the text with each LF turned into CR LF and each CR dropped

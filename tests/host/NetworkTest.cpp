@@ -40,7 +40,8 @@ TEST(NetworkManager, HostNamesAndTheirFailures) {
 
   int port = TestPeer::FreePort();
   EXPECT_EQ(manager->Connect("127.0.0.1", port), nullptr);
-  EXPECT_EQ(std::string(manager->error().chars()), "(127.0.0.1:" + std::to_string(port) + "): Connection refused");
+  EXPECT_EQ(std::string(manager->error().chars()),
+            "(127.0.0.1:" + std::to_string(port) + "): Connection refused");
   // An empty host passes as an address and fails at connect.
   EXPECT_EQ(manager->Connect("", port), nullptr);
 }
@@ -68,7 +69,8 @@ TEST(NetworkManager, OpenURLWritesTheRequestHead) {
     TestPeer peer(TestPeer::Reply("HTTP/1.0 200 OK\r\n\r\n"));
     TestHost host;
     std::string url = "https://127.0.0.1:" + std::to_string(peer.port()) + c.path;
-    NetworkConnection* connection = host.networkmanager()->OpenURL(c.method, url.c_str(), c.body, c.type, c.length);
+    NetworkConnection* connection =
+        host.networkmanager()->OpenURL(c.method, url.c_str(), c.body, c.type, c.length);
     ASSERT_NE(connection, nullptr) << url;
     if (c.length > 0) connection->Write("12345", 5);
     String line;
@@ -143,4 +145,20 @@ TEST(NetworkBuffer, DeliversSignedBytesAcrossRefillsWithPushBack) {
     EXPECT_EQ(buffer.GetNextChar(), -1);
     EXPECT_EQ(buffer.offset(), 7);
   }
+}
+
+// Writing to a peer that has closed fails quietly: no SIGPIPE, which the
+// host would take for the web server going away and end the script.
+TEST(NetworkConnection, WriteToAClosedPeerRaisesNoSignal) {
+  TestPeer peer([](int, const std::string&) {}, 1, false);
+  TestHost host;
+  auto connection = Open(host, peer);
+  ASSERT_NE(connection, nullptr);
+  String line;
+  EXPECT_EQ(connection->ReadLine(line, 5), -1);
+  std::string block(65536, 'x');
+  int result = 0;
+  for (int i = 0; i < 64 && result >= 0; i++) result = connection->Write(block.data(), (int)block.size());
+  EXPECT_LT(result, 0);
+  EXPECT_EQ(host.timedout(), 0);
 }

@@ -1,6 +1,5 @@
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 
@@ -15,8 +14,8 @@ namespace {
 const char kShow[] = "<SnEVAL EXPR=\"{ '[' $ callobjecttype $ ':' $ callvalue $ ']' }\">";
 
 std::string Walk(TestHost& host, const TestPeer& peer, const std::string& tag = "SnCALL") {
-  return RunScript(host, "<" + tag + " ACTION=\"" + peer.url("/x") + "\" METHOD=\"GET\">" + kShow + "</" + tag +
-                             ">after");
+  return RunScript(
+      host, "<" + tag + " ACTION=\"" + peer.url("/x") + "\" METHOD=\"GET\">" + kShow + "</" + tag + ">after");
 }
 
 }  // namespace
@@ -44,7 +43,8 @@ TEST(Call, DamagedRepliesEndTheWalkWithTheirMessage) {
       {"HTTP/1.0 200 OK\r\n\r\n<b>cut sh", "[tag:<b>][text:cut sh]after"},
       // A byte 0xFF reads as the end of the data: it ends a text run, and
       // where an element would begin, the walk.
-      {"HTTP/1.0 200 OK\r\n\r\n\x01<\x80 \x90=\x91>x\xffrest", "[text:\x01][tag:<\x80 \x90=\x91>][text:x][text:rest]after"},
+      {"HTTP/1.0 200 OK\r\n\r\n\x01<\x80 \x90=\x91>x\xffrest",
+       "[text:\x01][tag:<\x80 \x90=\x91>][text:x][text:rest]after"},
       {"HTTP/1.0 200 OK\r\n\r\n<b>\xffrest", "[tag:<b>]after"},
       // Where white space may stand, the end is taken for its end and the tag goes on.
       {"HTTP/1.0 200 OK\r\n\r\n<b x=\xff>", "[tag:<b x=>]after"},
@@ -66,8 +66,11 @@ TEST(Call, NonFatalErrorInTheWalkLeavesTheLoop) {
   TestPeer peer(TestPeer::Reply("HTTP/1.0 200 OK\r\n\r\none<two"));
   TestHost host;
   std::string page = RunScript(host, "<SORN SNCALL_ERROR=\"nonfatal\"><SnCALL ACTION=\"" + peer.url() +
-                                         "\" METHOD=\"GET\">" + kShow + "</SnCALL>after {<SnEVAL EXPR=\"{ SnCALL_Error }\">}");
-  EXPECT_EQ(page, "[text:one]t.sn: Line 1: SnCALL: Runtime Error: Unexpected EOF in tag\r\nafter {Unexpected EOF in tag}");
+                                         "\" METHOD=\"GET\">" + kShow +
+                                         "</SnCALL>after {<SnEVAL EXPR=\"{ SnCALL_Error }\">}");
+  EXPECT_EQ(page,
+            "[text:one]t.sn: Line 1: SnCALL: Runtime Error: Unexpected EOF in tag\r\nafter {Unexpected EOF "
+            "in tag}");
 }
 
 // The call's variables are a frame of their own: an inner call hides the
@@ -76,10 +79,11 @@ TEST(Call, NestedCallsEachSeeTheirOwnElement) {
   TestPeer outer(TestPeer::Reply("HTTP/1.0 200 OK\r\n\r\n<a>b"));
   TestPeer inner(TestPeer::Reply("HTTP/1.0 200 OK\r\nX: 1\r\n\r\n1<2>"), 2);
   TestHost host;
-  std::string page = RunScript(
-      host, "<SnCALL ACTION=\"" + outer.url() + "\" METHOD=\"GET\">(<SnCALL ACTION=\"" + inner.url() +
-                "\" METHOD=\"GET\"><SnEVAL EXPR=\"{ callvalue }\"></SnCALL><SnEVAL EXPR=\"{ callvalue $ callnumberofheaders }\">)</SnCALL>"
-                "<SnEVAL EXPR=\"{ '|' $ callvalue $ '|' }\">");
+  std::string page = RunScript(host, "<SnCALL ACTION=\"" + outer.url() +
+                                         "\" METHOD=\"GET\">(<SnCALL ACTION=\"" + inner.url() +
+                                         "\" METHOD=\"GET\"><SnEVAL EXPR=\"{ callvalue }\"></SnCALL><SnEVAL "
+                                         "EXPR=\"{ callvalue $ callnumberofheaders }\">)</SnCALL>"
+                                         "<SnEVAL EXPR=\"{ '|' $ callvalue $ '|' }\">");
   EXPECT_EQ(page, "(1<2><a>1)(1<2>b1)||");
 }
 
@@ -120,7 +124,8 @@ TEST(Call, GlobalTimeoutEndsAnEndlessReply) {
   std::string page = RunScript(host, "<SnCALL ACTION=\"" + peer.url() + "\" METHOD=\"GET\">.</SnCALL>after");
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
   EXPECT_EQ(page.find("after"), std::string::npos);
-  EXPECT_NE(page.find("timed out"), std::string::npos) << page.substr(page.size() > 200 ? page.size() - 200 : 0);
+  EXPECT_NE(page.find("timed out"), std::string::npos)
+      << page.substr(page.size() > 200 ? page.size() - 200 : 0);
 }
 
 // An upload larger than the copy buffer goes out whole, and Content-Length
@@ -134,10 +139,12 @@ TEST(Call, UploadSpansManyBufferLoadsAndCountsItsLength) {
   FILE* f = fopen((host.directory_ + "/big.txt").c_str(), "w");
   fwrite(content.data(), 1, content.size(), f);
   fclose(f);
-  std::string page = RunScript(host,
-                               "<SnASSIGN NAME=\"doc\" VALUE=\"big.txt\"><SnASSIGN NAME=\"a\" VALUE=\"1\">"
-                               "<SnCALL ACTION=\"" +
-                                   peer.url("/up") + "\" METHOD=\"post\" FIELDS=\"a\" FILES=\"doc\"><SnEVAL EXPR=\"{ callvalue }\"></SnCALL>");
+  std::string page =
+      RunScript(host,
+                "<SnASSIGN NAME=\"doc\" VALUE=\"big.txt\"><SnASSIGN NAME=\"a\" VALUE=\"1\">"
+                "<SnCALL ACTION=\"" +
+                    peer.url("/up") +
+                    "\" METHOD=\"post\" FIELDS=\"a\" FILES=\"doc\"><SnEVAL EXPR=\"{ callvalue }\"></SnCALL>");
   unlink((host.directory_ + "/big.txt").c_str());
   EXPECT_EQ(page, "ok");
   ASSERT_EQ(peer.requests().size(), 1u);
@@ -149,8 +156,10 @@ TEST(Call, UploadSpansManyBufferLoadsAndCountsItsLength) {
   ASSERT_NE(at, std::string::npos);
   std::string boundary = head.substr(at + 9, head.find("\r\n", at) - at - 9);
   EXPECT_NE(head.find("Content-Length: " + std::to_string(body.size())), std::string::npos) << head;
-  EXPECT_EQ(body, "--" + boundary + "\r\nContent-Disposition: form-data; name=\"a\"\r\n\r\n1\r\n--" + boundary +
-                      "\r\nContent-Disposition: form-data; name=\"doc\"; filename=\"big.txt\"\r\nContent-Type: unknown\r\n\r\n" +
+  EXPECT_EQ(body, "--" + boundary + "\r\nContent-Disposition: form-data; name=\"a\"\r\n\r\n1\r\n--" +
+                      boundary +
+                      "\r\nContent-Disposition: form-data; name=\"doc\"; "
+                      "filename=\"big.txt\"\r\nContent-Type: unknown\r\n\r\n" +
                       content + "\r\n--" + boundary + "--\r\n");
 }
 
@@ -177,9 +186,9 @@ TEST(Call, GigabyteReplyIsWalkedInBoundedMemory) {
   TestHost host;  // for its temporary directory
   std::string dir = host.directory_;
   std::string conf = "sornroot=" + dir + "\nstdmodedatadir=" + dir + "\nusecookies=0\nglobaltimeout=300\n";
-  std::string script = "<SORN STANDARDOUTPUTLEVEL=\"\"><SnASSIGN NAME=\"n\" VALUE=\"0\"><SnCALL ACTION=\"" +
-                       peer.url("/big") +
-                       "\" METHOD=\"GET\"><SnASSIGN NAME=\"n\" VALUE=\"{ n + 1 }\"></SnCALL><SnEVAL EXPR=\"{ n }\">";
+  std::string script =
+      "<SORN STANDARDOUTPUTLEVEL=\"\"><SnASSIGN NAME=\"n\" VALUE=\"0\"><SnCALL ACTION=\"" + peer.url("/big") +
+      "\" METHOD=\"GET\"><SnASSIGN NAME=\"n\" VALUE=\"{ n + 1 }\"></SnCALL><SnEVAL EXPR=\"{ n }\">";
   for (auto& file : {std::make_pair(dir + "/sorn.conf", conf), std::make_pair(dir + "/t.sn", script)}) {
     FILE* f = fopen(file.first.c_str(), "w");
     fwrite(file.second.data(), 1, file.second.size(), f);

@@ -1,5 +1,5 @@
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -63,7 +63,8 @@ struct POP3Peer {
         std::string reply = "+OK\r\n";
         for (size_t i = 0; i < messages.size(); i++)
           reply += std::to_string(i + 1) + " " + std::to_string(messages[i].size()) + "\r\n";
-        if (bigsize > 0) reply += std::to_string(messages.size() + 1) + " " + std::to_string(bigsize) + "\r\n";
+        if (bigsize > 0)
+          reply += std::to_string(messages.size() + 1) + " " + std::to_string(bigsize) + "\r\n";
         TestPeer::SendAll(fd, reply + ".\r\n");
       } else if (line.compare(0, 5, "RETR ") == 0) {
         size_t n = std::stoul(line.substr(5));
@@ -160,9 +161,15 @@ TEST(SMTP, RepliesByTheirFirstAndFourthCharacters) {
     const char* error;
   };
   const Case cases[] = {
-      {"220-first line", ReplyMore, ""},  {"220 ready", ReplyGood, ""},  {"354 go", ReplyGood, ""},
-      {"250", ReplyGood, ""},             {"", ReplyGood, ""},           {"550 no such user", ReplyFailed, "no such user"},
-      {"421-busy", ReplyFailed, "busy"},  {"5", ReplyFailed, ""},        {"2500", ReplyMore, ""},
+      {"220-first line", ReplyMore, ""},
+      {"220 ready", ReplyGood, ""},
+      {"354 go", ReplyGood, ""},
+      {"250", ReplyGood, ""},
+      {"", ReplyGood, ""},
+      {"550 no such user", ReplyFailed, "no such user"},
+      {"421-busy", ReplyFailed, "busy"},
+      {"5", ReplyFailed, ""},
+      {"2500", ReplyMore, ""},
   };
   for (const Case& c : cases) {
     smtp.Error("");
@@ -189,7 +196,8 @@ TEST(POP3, EOTRestoresDotLines) {
 // headers, and the older tag's delete right after each RETR.
 TEST(POP3, FetchesEachMessageIntoItsOwnFile) {
   for (int deleting : {0, 1}) {
-    POP3Peer server({"Received: one\nReceived: two\nsubject: Hi\nSubject:x\n\nSubject: body\n.dot\n", "From: b\n"});
+    POP3Peer server(
+        {"Received: one\nReceived: two\nsubject: Hi\nSubject:x\n\nSubject: body\n.dot\n", "From: b\n"});
     TestHost host;
     auto connection = Open(host, server.peer.port());
     ASSERT_NE(connection, nullptr);
@@ -324,7 +332,8 @@ TEST(POP3, GigabyteMessageGoesToItsFileInBoundedMemory) {
   std::string page = ReadFile(out);
   struct stat saved = {};
   int found = stat((dir + "/mail/SORN_POP00000001").c_str(), &saved);
-  for (const char* name : {"/sorn.conf", "/t.sn", "/out", "/mail/SORN_POP00000001"}) unlink((dir + name).c_str());
+  for (const char* name : {"/sorn.conf", "/t.sn", "/out", "/mail/SORN_POP00000001"})
+    unlink((dir + name).c_str());
   rmdir((dir + "/mail").c_str());
   EXPECT_EQ(page, "Content-type: text/html\r\n\r\nbig mail/SORN_POP00000001");
   ASSERT_EQ(found, 0);
