@@ -11,7 +11,12 @@ class Package {
  public:
   Package(const String& code, const String& name, const String& description, const String& version,
           const String& path, const String& defaultpath)
-      : code(code), name(name), description(description), version(version), path(path), defaultpath(defaultpath) {}
+      : code(code),
+        name(name),
+        description(description),
+        version(version),
+        path(path),
+        defaultpath(defaultpath) {}
 
   String code;
   String name;

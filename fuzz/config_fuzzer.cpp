@@ -1,4 +1,5 @@
-// Feeds configuration file text, with host blocks and declaration tags, through the configuration reader; text behind a line "%%" becomes the authorization file.
+// Feeds configuration files with host blocks and declaration tags, and authorization files, to the engine.
+// Text behind a line "%%" becomes the authorization file.
 #include <string.h>
 #include <strings.h>
 

@@ -48,7 +48,9 @@ void UNIXAuthFileParser::SetupSupportedTags() {
   tags_.Insert(new Tag("/AUTH", AuthTagEndAuth, 0));
 }
 
-int UNIXAuthFileParser::GetNextLine(String& line) { return UNIXConfigParser::ReadLine(buffer_, line, &line_); }
+int UNIXAuthFileParser::GetNextLine(String& line) {
+  return UNIXConfigParser::ReadLine(buffer_, line, &line_);
+}
 
 int UNIXAuthFileParser::GetNameValuePairs(Tag* tag) {
   int result = Parser::GetNameValuePairs(tag);
@@ -61,7 +63,8 @@ int UNIXAuthFileParser::Parse() {
     if (!OpenDatabase()) return 0;
     int found = 0, authorized = 0;
     String directory;
-    if (table_ != nullptr && index_ != nullptr && !FindAuthorization(&found, &authorized, directory)) return 0;
+    if (table_ != nullptr && index_ != nullptr && !FindAuthorization(&found, &authorized, directory))
+      return 0;
     if (found) {
       datadirectory_ = String();
       if (authorized) {
@@ -90,7 +93,8 @@ void UNIXAuthFileParser::CollectGroups() {
   count = getgroups(count, list.data());
   for (int i = 0; i < count; i++) {
     struct group* entry = getgrgid(list[(size_t)i]);
-    if (entry != nullptr && groups_.Find(entry->gr_name) == nullptr) groups_.Insert(new String(entry->gr_name));
+    if (entry != nullptr && groups_.Find(entry->gr_name) == nullptr)
+      groups_.Insert(new String(entry->gr_name));
   }
 }
 
@@ -110,7 +114,8 @@ int UNIXAuthFileParser::ProcessKnownTag(Tag* tag) {
     if (type->value.matches("login")) authtype_ = 0;
     if (type->value.matches("group")) {
       if (gid_ < 0) {
-        sorn_->Error(ConfigurationError(config_, "Group mode authorization is not supported in this version of Sorn"));
+        sorn_->Error(
+            ConfigurationError(config_, "Group mode authorization is not supported in this version of Sorn"));
         return ScanFailure;
       }
       authtype_ = 1;

@@ -96,7 +96,9 @@ int UNIXConfig::ReadSiteVarsFile(Sorn* sorn, const String& path, int required) {
 
 namespace {
 
-String WithoutLeadingDot(const String& text) { return text.matches('.', 0) && !text.empty() ? text.from(1) : text; }
+String WithoutLeadingDot(const String& text) {
+  return text.matches('.', 0) && !text.empty() ? text.from(1) : text;
+}
 
 }  // namespace
 

@@ -58,7 +58,8 @@ class UNIXConfig : public Config {
   // user's data lies: datadirectory is set on a grant, emptied on a denial,
   // and left as it is when no line names the user. 0 on success, 1 on
   // failure (reported).
-  int ReadAuthFile(int uid, int gid, const String& username, const String& homedirectory, String& datadirectory);
+  int ReadAuthFile(int uid, int gid, const String& username, const String& homedirectory,
+                   String& datadirectory);
 
   Sorn* sorn() const { return sorn_; }
 

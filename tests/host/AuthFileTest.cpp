@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-
 #include <pwd.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -83,8 +82,9 @@ TEST_F(AuthFileTest, RefusalsAndFailures) {
   EXPECT_EQ(result_, 0);
   EXPECT_EQ(dir(), "");
 
-  EXPECT_NE(Read("<AUTH TYPE=group>\n", "", uid_, -1).find("Group mode authorization is not supported in this "
-                                                           "version of Sorn"),
+  EXPECT_NE(Read("<AUTH TYPE=group>\n", "", uid_, -1)
+                .find("Group mode authorization is not supported in this "
+                      "version of Sorn"),
             std::string::npos);
   EXPECT_EQ(result_, 1);
 

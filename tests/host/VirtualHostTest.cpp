@@ -1,6 +1,5 @@
-#include <gtest/gtest.h>
-
 #include <ftw.h>
+#include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -77,11 +76,17 @@ class VirtualHostTest : public ::testing::Test {
 
 TEST_F(VirtualHostTest, HostSettingsAreBuiltInFileOrderAndReadingStopsAfterTheOwnBlock) {
   const std::vector<std::string> conf = {
-      "globaltimeout=1", "mailtimeout=1",
-      "<VIRTUALHOST www.one.test>", "globaltimeout=2", "</VIRTUALHOST>",
+      "globaltimeout=1",
+      "mailtimeout=1",
+      "<VIRTUALHOST www.one.test>",
+      "globaltimeout=2",
+      "</VIRTUALHOST>",
       "mailtimeout=3",  // between the blocks: for the hosts whose block comes later
-      "<VIRTUALHOST WWW.TWO.test>", "globaltimeout=4", "</VIRTUALHOST>",
-      "globaltimeout=5", "calltimeout=5",  // behind the blocks: hosts without a block
+      "<VIRTUALHOST WWW.TWO.test>",
+      "globaltimeout=4",
+      "</VIRTUALHOST>",
+      "globaltimeout=5",
+      "calltimeout=5",  // behind the blocks: hosts without a block
   };
   struct {
     const char* host;
@@ -102,8 +107,8 @@ TEST_F(VirtualHostTest, HostSettingsAreBuiltInFileOrderAndReadingStopsAfterTheOw
   // The host comes from the variable that virtualhostvariable names, and an
   // address as given is compared as text.
   setenv("HTTP_X_SITE", "10.0.0.7", 1);
-  ASSERT_EQ(Run({"virtualhostvariable=HTTP_X_SITE", "dnslookup=1", "<VIRTUALHOST 10.0.0.7>", "globaltimeout=7",
-                 "</VIRTUALHOST>"}),
+  ASSERT_EQ(Run({"virtualhostvariable=HTTP_X_SITE", "dnslookup=1", "<VIRTUALHOST 10.0.0.7>",
+                 "globaltimeout=7", "</VIRTUALHOST>"}),
             1)
       << body_;
   unsetenv("HTTP_X_SITE");
@@ -112,10 +117,12 @@ TEST_F(VirtualHostTest, HostSettingsAreBuiltInFileOrderAndReadingStopsAfterTheOw
 
 TEST_F(VirtualHostTest, HostTagsAreCheckedWhereverTheyStand) {
   EXPECT_EQ(Run({"<VIRTUALHOST   >", "</VIRTUALHOST>"}), 0);
-  EXPECT_EQ(body_, "Syntax error in Configuration File: Line 4: VIRTUALHOST expects exactly 1 parameter<BR>\n"
-                   "Please contact the server administrator: webmaster@localhost\r\n");
+  EXPECT_EQ(body_,
+            "Syntax error in Configuration File: Line 4: VIRTUALHOST expects exactly 1 parameter<BR>\n"
+            "Please contact the server administrator: webmaster@localhost\r\n");
   EXPECT_EQ(Run({"</VIRTUALHOST>"}), 0);
-  EXPECT_NE(body_.find("Line 4: /VIRTUALHOST without corresponding VIRTUALHOST<BR>"), std::string::npos) << body_;
+  EXPECT_NE(body_.find("Line 4: /VIRTUALHOST without corresponding VIRTUALHOST<BR>"), std::string::npos)
+      << body_;
   // Inside another host's block the lines are skipped, but not the tags.
   EXPECT_EQ(Run({"<VIRTUALHOST other>", "no equals sign here", "", "<VIRTUALHOST", "www.one.test>"}), 0);
   EXPECT_NE(body_.find("Line 8: Nested VIRTUALHOST tags are not allowed"), std::string::npos) << body_;
@@ -127,15 +134,15 @@ TEST_F(VirtualHostTest, HostTagsAreCheckedWhereverTheyStand) {
 }
 
 TEST_F(VirtualHostTest, DeclarationsInAnyBlockAreKeptAndPackagesFilteredByTheKey) {
-  ASSERT_EQ(Run({"packages= tools , nosuch,SHOP, tools",
-                 "<PACKAGE CODE=shop NAME=\"The shop\" DESCRIPTION=d VERSION=1 PATH=\"/p/shop.tar\">",
-                 "<VIRTUALHOST elsewhere.test>",
-                 "<PACKAGE CODE=tools NAME=Tools DESCRIPTION=\"\" VERSION=2 PATH=\"/p/tools.tar\" DEFAULTPATH=t>",
-                 "<COMMERCE-LIB METAMETHOD=\"pay\" LIBRARY=\"/lib/pay.so\">",
-                 "</VIRTUALHOST>",
-                 "<PACKAGE CODE=unused NAME=n DESCRIPTION=d VERSION=1 PATH=\"/p/u.tar\">",
-                 "<COMMERCE-LIB METHOD=ship METAMETHOD=old LIBRARY=\"/lib/ship.so\">"}),
-            1)
+  ASSERT_EQ(
+      Run({"packages= tools , nosuch,SHOP, tools",
+           "<PACKAGE CODE=shop NAME=\"The shop\" DESCRIPTION=d VERSION=1 PATH=\"/p/shop.tar\">",
+           "<VIRTUALHOST elsewhere.test>",
+           "<PACKAGE CODE=tools NAME=Tools DESCRIPTION=\"\" VERSION=2 PATH=\"/p/tools.tar\" DEFAULTPATH=t>",
+           "<COMMERCE-LIB METAMETHOD=\"pay\" LIBRARY=\"/lib/pay.so\">", "</VIRTUALHOST>",
+           "<PACKAGE CODE=unused NAME=n DESCRIPTION=d VERSION=1 PATH=\"/p/u.tar\">",
+           "<COMMERCE-LIB METHOD=ship METAMETHOD=old LIBRARY=\"/lib/ship.so\">"}),
+      1)
       << body_;
   EXPECT_EQ(packages(), "tools,shop");
   Package* tools = sorn_->packages()->Find("TOOLS");
@@ -188,10 +195,12 @@ TEST_F(VirtualHostTest, HostNamesAndAddresses) {
   EXPECT_STREQ(address.chars(), "127.0.0.1");
   EXPECT_EQ(UNIXConfigParser::GetHostAddress(String("local\0host", 10), address), -1);
   // With look-up on, both the request's name and the block's are resolved.
-  ASSERT_EQ(Run({"dnslookup=1", "<VIRTUALHOST 127.0.0.1>", "globaltimeout=9", "</VIRTUALHOST>"}, "localhost"), 1)
+  ASSERT_EQ(Run({"dnslookup=1", "<VIRTUALHOST 127.0.0.1>", "globaltimeout=9", "</VIRTUALHOST>"}, "localhost"),
+            1)
       << body_;
   EXPECT_EQ(timeout(), 9);
-  ASSERT_EQ(Run({"dnslookup=1", "<VIRTUALHOST localhost>", "globaltimeout=9", "</VIRTUALHOST>"}, "127.0.0.1"), 1)
+  ASSERT_EQ(Run({"dnslookup=1", "<VIRTUALHOST localhost>", "globaltimeout=9", "</VIRTUALHOST>"}, "127.0.0.1"),
+            1)
       << body_;
   EXPECT_EQ(timeout(), 9);
 }
