@@ -4,8 +4,6 @@
 // pointers and negative sizes from a library give the failure value
 // rather than a crash, since a library's mistake should not take down the
 // whole request with no message.
-#include "ext/sorn_extension.h"
-
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -16,6 +14,7 @@
 #include "core/NetworkConnection.h"
 #include "core/NetworkManager.h"
 #include "core/Sorn.h"
+#include "ext/sorn_extension.h"
 #include "script/ScriptParser.h"
 #include "script/Variable.h"
 
@@ -27,7 +26,9 @@ Variable* Var(SornVariable* variable) { return reinterpret_cast<Variable*>(varia
 SornVariable* Handle(Variable* variable) { return reinterpret_cast<SornVariable*>(variable); }
 VariableList* Vars(SornList* list) { return reinterpret_cast<VariableList*>(list); }
 VariableTree* Tree(SornTree* tree) { return reinterpret_cast<VariableTree*>(tree); }
-NetworkConnection* Stream(SornConnection* connection) { return reinterpret_cast<NetworkConnection*>(connection); }
+NetworkConnection* Stream(SornConnection* connection) {
+  return reinterpret_cast<NetworkConnection*>(connection);
+}
 File* Open(SornFile* file) { return reinterpret_cast<File*>(file); }
 const char* Text(const char* text) { return text != nullptr ? text : ""; }
 
@@ -168,8 +169,8 @@ SornConnection* sorn_network_connect(SornHandle* handle, const char* host, int p
   if (handle == nullptr) return nullptr;
   return reinterpret_cast<SornConnection*>(Engine(handle)->networkmanager()->Connect(Text(host), port));
 }
-SornConnection* sorn_network_openurl(SornHandle* handle, const char* method, const char* url, const char* body,
-                                     const char* contenttype, int length) {
+SornConnection* sorn_network_openurl(SornHandle* handle, const char* method, const char* url,
+                                     const char* body, const char* contenttype, int length) {
   if (handle == nullptr) return nullptr;
   NetworkManager* manager = Engine(handle)->networkmanager();
   return reinterpret_cast<SornConnection*>(

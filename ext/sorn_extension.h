@@ -66,11 +66,7 @@ typedef const char* sorn_commerce_error_function(SornHandle*, void**, const char
  * other value counts as SORN_LOCATION_DATA. SORN_LOCATION_COMMERCE is the
  * configuration's commercedir, itself a data path. Every name passes the
  * same containment rules as a script's. */
-enum {
-  SORN_LOCATION_DATA = 0,
-  SORN_LOCATION_SCRIPT = 1,
-  SORN_LOCATION_COMMERCE = 3
-};
+enum { SORN_LOCATION_DATA = 0, SORN_LOCATION_SCRIPT = 1, SORN_LOCATION_COMMERCE = 3 };
 
 /* Modes of sorn_file_open, combined with |. */
 enum {
@@ -139,8 +135,8 @@ void sorn_variabletree_delete(SornTree* tree);
 int sorn_network_isipaddress(SornHandle* handle, const char* text);
 int sorn_network_gethostaddress(SornHandle* handle, const char* name, char* buffer, int size);
 SornConnection* sorn_network_connect(SornHandle* handle, const char* host, int port);
-SornConnection* sorn_network_openurl(SornHandle* handle, const char* method, const char* url, const char* body,
-                                     const char* contenttype, int length);
+SornConnection* sorn_network_openurl(SornHandle* handle, const char* method, const char* url,
+                                     const char* body, const char* contenttype, int length);
 int sorn_network_read(SornConnection* connection, char* buffer, int size, int timeout);
 int sorn_network_readline(SornConnection* connection, char* buffer, int size, int timeout);
 int sorn_network_write(SornConnection* connection, const char* buffer, int size);

@@ -177,8 +177,8 @@ int sorn_commerce_init(SornHandle* h, void** userdata, const char* method, const
   return load_catalog(h, shop) ? 0 : 1;
 }
 
-int sorn_commerce_loop(SornHandle* h, void** userdata, const char* method, const char* action, SornList* fields,
-                       SornTree* tree, int iteration) {
+int sorn_commerce_loop(SornHandle* h, void** userdata, const char* method, const char* action,
+                       SornList* fields, SornTree* tree, int iteration) {
   struct shop* shop = *userdata;
   char *code, *name, *price;
   (void)method;

@@ -1,7 +1,6 @@
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
 #include <ftw.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -281,7 +280,8 @@ TEST_F(ExtensionTest, SampleShopListsAndOrders) {
     VariableTree tree;
     std::vector<std::string> rows;
     for (int r = handler.Go(tree); r == CommerceResultReady; r = handler.Continue(tree))
-      rows.push_back(std::string(tree.Find("CODE")->value().chars()) + "=" + tree.Find("PRICE")->value().chars());
+      rows.push_back(std::string(tree.Find("CODE")->value().chars()) + "=" +
+                     tree.Find("PRICE")->value().chars());
     EXPECT_EQ(rows, (std::vector<std::string>{"A1=0.50", "P2=1.2"})) << handler.error().chars();
   }
   parser_->vars()->SetVariable("code", "P2");
