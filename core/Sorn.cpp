@@ -40,6 +40,15 @@ void Sorn::AddCommerceHandler(const String& method, const String& library) {
   commercemethods_.Insert(new CommerceMethod(method, library), ListTail);
 }
 
+CommerceHandler* Sorn::NewCommerceHandler(const String& name, ScriptParser* parser, String& message) {
+  CommerceMethod* method = commercemethods_.Find(name.chars());
+  CommerceHandler* handler = method != nullptr ? ConstructCommerceHandler(method, parser) : nullptr;
+  if (handler == nullptr) message = "Unsupported commerce method '" + name + "'";
+  return handler;
+}
+
+CommerceHandler* Sorn::ConstructCommerceHandler(CommerceMethod*, ScriptParser*) { return nullptr; }
+
 void Sorn::AddPackage(const String& code, const String& name, const String& description, const String& version,
                       const String& path, const String& defaultpath) {
   packages_.Insert(new Package(code, name, description, version, path, defaultpath), ListTail);

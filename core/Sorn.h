@@ -11,6 +11,7 @@
 #include "core/Package.h"
 #include "core/String.h"
 
+class CommerceHandler;
 class Config;
 class Database;
 class DatabaseView;
@@ -112,6 +113,11 @@ class Sorn {
   virtual void AddPackage(const String& code, const String& name, const String& description,
                           const String& version, const String& path, const String& defaultpath);
   virtual SearchableList<CommerceMethod>* commercemethods() { return &commercemethods_; }
+  // The handler of a declared method, owned by the caller; null with
+  // message set when the method is not declared or cannot be run here.
+  virtual CommerceHandler* NewCommerceHandler(const String& name, ScriptParser* parser, String& message);
+  // Makes the host's kind of handler; this core has no loader, so null.
+  virtual CommerceHandler* ConstructCommerceHandler(CommerceMethod* method, ScriptParser* parser);
   virtual SearchableList<Package>* packages() { return &packages_; }
 
   int headerssent() const { return headerssent_; }

@@ -10,6 +10,7 @@
 
 #include "core/Error.h"
 #include "core/Output.h"
+#include "ext/UNIXCommerceHandler.h"
 #include "host/CGINetworkManager.h"
 #include "data/XBaseDatabase.h"
 #include "host/UNIXConfig.h"
@@ -88,8 +89,12 @@ CGISorn::~CGISorn() {
 
 Config* CGISorn::config() { return config_; }
 FileManager* CGISorn::filemanager() { return filemanager_; }
-LogFile* CGISorn::logfile() { return logfile_; }
 NetworkManager* CGISorn::networkmanager() { return networkmanager_; }
+LogFile* CGISorn::logfile() { return logfile_; }
+
+CommerceHandler* CGISorn::ConstructCommerceHandler(CommerceMethod* method, ScriptParser* parser) {
+  return new UNIXCommerceHandler(method, parser);
+}
 Output* CGISorn::output() { return output_; }
 String CGISorn::lasterror() { return strerror(errno); }
 

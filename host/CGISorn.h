@@ -65,6 +65,7 @@ class CGISorn : public Sorn {
   LogFile* logfile() override;
   FileManager* filemanager() override;
   NetworkManager* networkmanager() override;
+  CommerceHandler* ConstructCommerceHandler(CommerceMethod* method, ScriptParser* parser) override;
   String basename() override { return basename_; }
   String hostname() override;
   int timedout() override;

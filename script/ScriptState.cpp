@@ -42,8 +42,6 @@ int ScriptState::ProcessTag(Tag* tag) {
     case TagHIDE:
     case TagFILE:
     case TagLOOMTEXT:
-    case TagSnCOMMERCE:
-      return NotAvailable(tag);
     case TagSnOPEN:
       return ProcessSnOPEN(tag);
     case TagSnCREATE:
@@ -85,6 +83,8 @@ int ScriptState::ProcessTag(Tag* tag) {
       return ProcessSnPOP(tag);
     case TagMAIL:
       return ProcessMAIL(tag);
+    case TagSnCOMMERCE:
+      return ProcessSnCOMMERCE(tag);
     case TagSORN:
       return ProcessSORN(tag);
     case TagSnIMPORT:

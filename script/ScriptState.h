@@ -88,6 +88,8 @@ class ScriptState {
   int ProcessSnOPENVIEW(Tag* tag);
   int ProcessSnCLOSEVIEW(Tag* tag);
   int ProcessSnQUERY(Tag* tag);
+  // Commerce methods.
+  int ProcessSnCOMMERCE(Tag* tag);
   // Tags whose subsystems are not in the engine yet.
   int NotAvailable(Tag* tag);
 
