@@ -54,10 +54,14 @@ void ExpressionTree::Insert(ExpressionElement* element) {
   if (!element->IsOperator()) {
     ExpressionNode* node = new ExpressionNode;
     node->data = element;
-    if (current_->left == nullptr)
+    if (current_->left == nullptr) {
       current_->Setleftchild(node);
-    else
-      current_->Setrightchild(node);
+      return;
+    }
+    // An operand straight after a closed parenthesis replaces the group
+    // (a group is not taken as an operand); the group's nodes go with it.
+    delete current_->right;
+    current_->Setrightchild(node);
     return;
   }
   size_++;
