@@ -36,12 +36,17 @@ int ScriptState::ProcessTag(Tag* tag) {
       return ProcessSnWHILE(tag);
     case TagIMPORT:
       if (tag->Find("STOP") != nullptr) return Pass(tag);
-      return NotAvailable(tag);
+      return ProcessIMPORT(tag);
     case TagEXPORT:
+      return ProcessEXPORT(tag);
     case TagEVAL:
+      return ProcessEVAL(tag);
     case TagHIDE:
+      return ProcessHIDE(tag);
     case TagFILE:
+      return ProcessFILE(tag);
     case TagLOOMTEXT:
+      return ProcessLOOMTEXT(tag);
     case TagSnCOMMERCE:
       return NotAvailable(tag);
     case TagSnOPEN:

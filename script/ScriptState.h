@@ -50,6 +50,10 @@ class ScriptState {
   int ProcessSnASSIGN(Tag* tag);
   int ProcessSnEVAL(Tag* tag);
   int ProcessSnHIDE(Tag* tag);
+  int ProcessEVAL(Tag* tag);
+  int ProcessHIDE(Tag* tag);
+  int ProcessLOOMTEXT(Tag* tag);
+  int ProcessFILE(Tag* tag);
   int ProcessSnLOCKFILE(Tag* tag);
   // Functions and modules.
   int ProcessSnFUNCTION(Tag* tag);
@@ -57,6 +61,8 @@ class ScriptState {
   // Flat files; defined in data/, beside FlatFile.
   int ProcessSnIMPORT(Tag* tag);
   int ProcessSnEXPORT(Tag* tag);
+  int ProcessIMPORT(Tag* tag);
+  int ProcessEXPORT(Tag* tag);
   // Localized text.
   int ProcessSnLOCALIZED(Tag* tag);
   // Web call.
