@@ -1,5 +1,5 @@
 // Flow control and output tags: SnIF, SnWHILE, SnLOCKFILE, the assignments,
-// SnEVAL, SnHIDE and SORN.
+// SnEVAL, SnHIDE and SORN, and the older EVAL, HIDE and LOOMTEXT.
 #include <cstdio>
 
 #include "core/Buffer.h"

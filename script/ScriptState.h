@@ -50,6 +50,8 @@ class ScriptState {
   int ProcessSnASSIGN(Tag* tag);
   int ProcessSnEVAL(Tag* tag);
   int ProcessSnHIDE(Tag* tag);
+  // The older tags without a newer counterpart: 3, or 0 after a syntax
+  // error; FILE also gives what RuntimeError gave.
   int ProcessEVAL(Tag* tag);
   int ProcessHIDE(Tag* tag);
   int ProcessLOOMTEXT(Tag* tag);
@@ -61,6 +63,8 @@ class ScriptState {
   // Flat files; defined in data/, beside FlatFile.
   int ProcessSnIMPORT(Tag* tag);
   int ProcessSnEXPORT(Tag* tag);
+  // The older forms keep FILE, ORDER and DELIMITER in the parser's flat
+  // file; only a tag with DATA imports or exports.
   int ProcessIMPORT(Tag* tag);
   int ProcessEXPORT(Tag* tag);
   // Localized text.
