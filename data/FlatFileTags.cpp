@@ -43,3 +43,40 @@ int ScriptState::ProcessSnEXPORT(Tag* tag) {
   if (!flatfile.ExportRecord()) return RuntimeError(tag, flatfile.error());
   return StateHandled;
 }
+
+// The older IMPORT keeps its file, order and delimiter in the parser's flat
+// file, so a tag without DATA only prepares the next import. The WHERE is
+// the tag's own and is cleared when absent.
+int ScriptState::ProcessIMPORT(Tag* tag) {
+  FlatFile* flatfile = parser_->flatfile();
+  NameValuePair* p;
+  if ((p = tag->Find("FILE")) != nullptr) flatfile->SetImportFile(p->value);
+  if ((p = tag->Find("ORDER")) != nullptr) flatfile->SetImportOrder(p->value);
+  if ((p = tag->Find("DELIMITER")) != nullptr) flatfile->SetImportDelimiter(p->value);
+  if (tag->Find("DATA") == nullptr) return StateHandled;
+  if (tag->Find("WHERE") != nullptr)
+    flatfile->SetWHEREExpressionOffset(tag->fileposition(), tag->line());
+  else
+    flatfile->SetWHEREExpressionOffset(0);
+  IMPORTState* state = new IMPORTState(this, tag, flatfile, 0);
+  int result = state->Continue();
+  if (result == StateHandled) {
+    parser_->states().Push(state);
+    return result;
+  }
+  int exited = state->ExitState();
+  if (result != StateFailure) result = exited;
+  delete state;
+  return result;
+}
+
+int ScriptState::ProcessEXPORT(Tag* tag) {
+  FlatFile* flatfile = parser_->flatfile();
+  NameValuePair* p;
+  if ((p = tag->Find("FILE")) != nullptr) flatfile->SetExportFile(p->value);
+  if ((p = tag->Find("ORDER")) != nullptr) flatfile->SetExportOrder(p->value);
+  if ((p = tag->Find("DELIMITER")) != nullptr) flatfile->SetExportDelimiter(p->value);
+  if (tag->Find("DATA") == nullptr) return StateHandled;
+  if (!flatfile->ExportRecord()) return RuntimeError(tag, flatfile->error());
+  return StateHandled;
+}

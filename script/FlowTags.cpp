@@ -1,5 +1,5 @@
 // Flow control and output tags: SnIF, SnWHILE, SnLOCKFILE, the assignments,
-// SnEVAL, SnHIDE and SORN.
+// SnEVAL, SnHIDE and SORN, and the older EVAL, HIDE and LOOMTEXT.
 #include <cstdio>
 
 #include "core/Buffer.h"
@@ -279,4 +279,78 @@ int LockFileState::ExitState() {
   }
   parser_->sorn()->filemanager()->Delete(realpath_);
   return StateHandled;
+}
+
+// The older EVAL: the scanner has already resolved the whole tag into one
+// unnamed attribute, so there is nothing to assign.
+int ScriptState::ProcessEVAL(Tag* tag) {
+  NameValuePair* pair = tag->attributes().First();
+  if (pair == nullptr) {
+    parser_->SyntaxError("EVAL requires an expression");
+    return StateFailure;
+  }
+  if (!pair->value.empty()) {
+    Output* out = parser_->output();
+    out->Write(pair->value);
+    out->inwhitespace() = IsWhite(pair->value[pair->value.length() - 1]);
+  }
+  return StateHandled;
+}
+
+// The older HIDE writes values as stored and skips unknown names, so pages
+// written for it keep their exact markup.
+int ScriptState::ProcessHIDE(Tag* tag) {
+  NameValuePair* pair = tag->attributes().First();
+  if (pair == nullptr) {
+    parser_->SyntaxError("HIDE requires a list of variables to hide");
+    return StateFailure;
+  }
+  String names = pair->value;
+  if (!names.empty() && names[0] == '"') names = names.length() < 2 ? String() : names.at(1, names.length() - 1);
+  Output* out = parser_->output();
+  String name;
+  for (int at = 0; NextPiece(names, ',', at, name);) {
+    name.StripWhitespace();
+    Variable* variable = parser_->vars()->Find(name);
+    if (variable == nullptr) continue;
+    out->Write("<INPUT TYPE=\"hidden\" NAME=\"" + variable->name() + "\" VALUE=\"" + variable->value() + "\">");
+    out->inwhitespace() = 0;
+  }
+  return StateHandled;
+}
+
+namespace {
+
+// 1 on, 0 off, -1 neither (case ignored).
+int Switch(const String& value) {
+  String upper = value.upper();
+  if (upper == "ON") return 1;
+  if (upper == "OFF") return 0;
+  return -1;
+}
+
+}  // namespace
+
+int ScriptState::ProcessLOOMTEXT(Tag* tag) {
+  int result = StateHandled;
+  NameValuePair* p;
+  if ((p = tag->Find("TAGDETECT")) != nullptr) {
+    int on = Switch(p->value);
+    if (on < 0) {
+      parser_->SyntaxError("'" + p->value + "' is not a valid value for TAGDETECT");
+      result = StateFailure;
+    } else {
+      parser_->SetTagDetect(on);
+    }
+  }
+  if ((p = tag->Find("MACRO")) != nullptr) {
+    int on = Switch(p->value);
+    if (on < 0) {
+      parser_->SyntaxError("'" + p->value + "' is not a valid value for MACRO");
+      result = StateFailure;
+    } else {
+      parser_->SetExpandMacros(on);
+    }
+  }
+  return result;
 }

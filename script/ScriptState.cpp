@@ -36,12 +36,17 @@ int ScriptState::ProcessTag(Tag* tag) {
       return ProcessSnWHILE(tag);
     case TagIMPORT:
       if (tag->Find("STOP") != nullptr) return Pass(tag);
-      return NotAvailable(tag);
+      return ProcessIMPORT(tag);
     case TagEXPORT:
+      return ProcessEXPORT(tag);
     case TagEVAL:
+      return ProcessEVAL(tag);
     case TagHIDE:
+      return ProcessHIDE(tag);
     case TagFILE:
+      return ProcessFILE(tag);
     case TagLOOMTEXT:
+      return ProcessLOOMTEXT(tag);
     case TagSnOPEN:
       return ProcessSnOPEN(tag);
     case TagSnCREATE:
@@ -130,8 +135,4 @@ int ScriptState::ProcessText(String& text, int level) {
   out->inwhitespace() = IsWhite(text[text.length() - 1]);
   out->Write(text);
   return StateHandled;
-}
-
-int ScriptState::NotAvailable(Tag* tag) {
-  return RuntimeError(tag, "&lt;" + *tag + "&gt; is not available in this build");
 }

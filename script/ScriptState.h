@@ -50,6 +50,12 @@ class ScriptState {
   int ProcessSnASSIGN(Tag* tag);
   int ProcessSnEVAL(Tag* tag);
   int ProcessSnHIDE(Tag* tag);
+  // The older tags without a newer counterpart: 3, or 0 after a syntax
+  // error; FILE also gives what RuntimeError gave.
+  int ProcessEVAL(Tag* tag);
+  int ProcessHIDE(Tag* tag);
+  int ProcessLOOMTEXT(Tag* tag);
+  int ProcessFILE(Tag* tag);
   int ProcessSnLOCKFILE(Tag* tag);
   // Functions and modules.
   int ProcessSnFUNCTION(Tag* tag);
@@ -57,6 +63,10 @@ class ScriptState {
   // Flat files; defined in data/, beside FlatFile.
   int ProcessSnIMPORT(Tag* tag);
   int ProcessSnEXPORT(Tag* tag);
+  // The older forms keep FILE, ORDER and DELIMITER in the parser's flat
+  // file; only a tag with DATA imports or exports.
+  int ProcessIMPORT(Tag* tag);
+  int ProcessEXPORT(Tag* tag);
   // Localized text.
   int ProcessSnLOCALIZED(Tag* tag);
   // Web call.
@@ -90,8 +100,6 @@ class ScriptState {
   int ProcessSnQUERY(Tag* tag);
   // Commerce methods.
   int ProcessSnCOMMERCE(Tag* tag);
-  // Tags whose subsystems are not in the engine yet.
-  int NotAvailable(Tag* tag);
 
   ScriptParser* parser_;
   Tag* tag_;
