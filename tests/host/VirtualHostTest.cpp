@@ -190,10 +190,6 @@ TEST_F(VirtualHostTest, HostNamesAndAddresses) {
   EXPECT_EQ(UNIXConfigParser::IsIPAddr(""), 1);
   EXPECT_EQ(UNIXConfigParser::IsIPAddr("1.2"), 1);
   EXPECT_EQ(UNIXConfigParser::IsIPAddr("10.0.0.1a"), 0);
-  String address;
-  EXPECT_EQ(UNIXConfigParser::GetHostAddress("localhost", address), 0);
-  EXPECT_STREQ(address.chars(), "127.0.0.1");
-  EXPECT_EQ(UNIXConfigParser::GetHostAddress(String("local\0host", 10), address), -1);
   // With look-up on, both the request's name and the block's are resolved.
   ASSERT_EQ(Run({"dnslookup=1", "<VIRTUALHOST 127.0.0.1>", "globaltimeout=9", "</VIRTUALHOST>"}, "localhost"),
             1)
