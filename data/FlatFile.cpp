@@ -4,9 +4,18 @@
 #include "core/Config.h"
 #include "core/File.h"
 #include "core/FileManager.h"
+#include "core/LogFile.h"
 #include "core/Sorn.h"
 #include "script/ScriptParser.h"
 #include "script/Variables.h"
+
+namespace {
+
+void Record(Sorn* sorn, const LogEntry& entry) {
+  if (LogFile* log = sorn->logfile()) log->Log(entry);
+}
+
+}  // namespace
 
 namespace {
 
@@ -103,19 +112,19 @@ int FlatFile::StartImport() {
   }
   buffer_ = new Buffer(sorn, sorn->config()->importbuffersize);
   if (!buffer_->Open(importpath_, importfile_)) {
-    // TODO(log): LogFileError(importpath_, "import", "opening", reason)
+    Record(sorn, LogFileError(importpath_, "import", "opening", files->error()));
     error_ = "Error opening '" + importfile_ + "' for read: " + files->error();
     delete buffer_;
     buffer_ = nullptr;
     return 0;
   }
-  // TODO(log): LogFileOpened(importpath_, "import")
+  Record(sorn, LogFileOpened(importpath_, "import"));
   return 1;
 }
 
 void FlatFile::EndImport() {
   if (buffer_ == nullptr) return;
-  // TODO(log): LogFileClosed(importpath_, "import")
+  Record(parser_->sorn(), LogFileClosed(importpath_, "import"));
   delete buffer_;
   buffer_ = nullptr;
 }
@@ -223,11 +232,11 @@ int FlatFile::ExportRecord() {
   FileManager* files = sorn->filemanager();
   File* file = files->Open(path, FileWrite | FileCreate | FileAppend);
   if (file == nullptr) {
-    // TODO(log): LogFileError(path, "export", "opening", reason)
+    Record(sorn, LogFileError(path, "export", "opening", files->error()));
     error_ = "Error opening '" + exportfile_ + "' for write: " + files->error();
     return 0;
   }
-  // TODO(log): LogFileOpened(path, "export")
+  Record(sorn, LogFileOpened(path, "export"));
   Variables* vars = parser_->vars();
   std::string line;
   int first = 1;
@@ -241,12 +250,12 @@ int FlatFile::ExportRecord() {
   // A line past what one write can take is cut there, and reported short.
   int size = line.size() > (size_t)String::kMaxLength ? String::kMaxLength : (int)line.size();
   if (file->Write(line.data(), size) != (int)line.size()) {
-    // TODO(log): LogFileError(path, "export", "writing", reason)
     String reason = file->error().empty() ? String("short write") : file->error();
+    Record(sorn, LogFileError(path, "export", "writing", reason));
     error_ = "Error writing to '" + exportfile_ + "': " + reason;
     ok = 0;
   }
-  // TODO(log): LogFileClosed(path, "export")
+  Record(sorn, LogFileClosed(path, "export"));
   delete file;
   return ok;
 }

@@ -4,8 +4,17 @@
 #include <cstdlib>
 
 #include "core/FileManager.h"
+#include "core/LogFile.h"
 #include "core/Sorn.h"
 #include "script/ScriptParser.h"
+
+namespace {
+
+void Record(Sorn* sorn, const LogEntry& entry) {
+  if (LogFile* log = sorn->logfile()) log->Log(entry);
+}
+
+}  // namespace
 
 namespace {
 
@@ -62,7 +71,7 @@ XBaseDatabase::~XBaseDatabase() {
   view_ = nullptr;
   indexes_.Dump();
   if (table_.isopen()) {
-    // TODO(log): LogFileClosed (path, "database")
+    Record(sorn(), LogFileClosed(path_, "database"));
     table_.Close();
   }
 }
@@ -89,11 +98,11 @@ int XBaseDatabase::Open(const String& database, const String&, const String&) {
     return 0;
   }
   if (!table_.Open(resolved, database, XBaseTable::kOpenMode)) {
-    // TODO(log): LogFileError (resolved, "database", "opening", reason)
+    Record(sorn(), LogFileError(resolved, "database", "opening", table_.error()));
     Error(table_.error());
     return 0;
   }
-  // TODO(log): LogFileOpened (resolved, "database")
+  Record(sorn(), LogFileOpened(resolved, "database"));
   path_ = resolved;
   if (view_ != nullptr && view_->Open() == ViewFailure) {
     Error(view_->error());
@@ -273,11 +282,11 @@ int XBaseDatabase::Create(const String& path, const String& fields) {
     return 0;
   }
   if (!table_.Create(resolved, path, String(), String(), list)) {
-    // TODO(log): LogFileError (resolved, "database", "creating", reason)
+    Record(sorn(), LogFileError(resolved, "database", "creating", table_.error()));
     Error(table_.error());
     return 0;
   }
-  // TODO(log): LogFileOpened (resolved, "database")
+  Record(sorn(), LogFileOpened(resolved, "database"));
   path_ = resolved;
   if (view_ != nullptr && view_->Open() == ViewFailure) {
     Error(view_->error());
@@ -349,7 +358,7 @@ int XBaseDatabase::CreateIndex(const String& file, const String& expression, con
 int XBaseDatabase::Close() {
   if (view_ != nullptr) view_->Close();
   if (table_.isopen()) {
-    // TODO(log): LogFileClosed (path, "database")
+    Record(sorn(), LogFileClosed(path_, "database"));
     table_.Close();
   }
   return 1;
@@ -500,7 +509,7 @@ int XBaseDatabase::Pack() {
   packedindexes.Dump();
   delete packed;
   if (ok) {
-    // TODO(log): LogFileClosed (path, "database")
+    Record(sorn(), LogFileClosed(path_, "database"));
     table_.Close();
     for (XBaseIndex* index = indexes_.First(); index != nullptr; index = indexes_.Next()) index->Close();
     ok = RenameTemporaries(temporaries);

@@ -1,7 +1,20 @@
 #include "data/XBaseIndex.h"
 
+#include "core/LogFile.h"
+#include "core/Sorn.h"
 #include "script/Expression.h"
 #include "script/ScriptParser.h"
+
+namespace {
+
+// Logging is a side line: an index without a parser, or a request before its
+// log exists, simply goes unrecorded.
+void Record(ScriptParser* parser, const LogEntry& entry) {
+  if (parser == nullptr) return;
+  if (LogFile* log = parser->sorn()->logfile()) log->Log(entry);
+}
+
+}  // namespace
 
 XBaseIndex::XBaseIndex(ScriptParser* parser, const String& name)
     : parser_(parser), expression_(nullptr), name_(name), file_(parser != nullptr ? parser->sorn() : nullptr) {}
@@ -33,11 +46,11 @@ int XBaseIndex::Open(const String& path, const String& displayname) {
   displayname_ = displayname;
   if (!file_.Open(path, displayname, FileRead | FileWrite) || !ParseExpression()) {
     if (error_.empty()) error_ = file_.error();
-    // TODO(log): LogFileError (name, "index", "opening", reason)
+    Record(parser_, LogFileError(name_, "index", "opening", error_));
     file_.Close();
     return 0;
   }
-  // TODO(log): LogFileOpened (path, "index")
+  Record(parser_, LogFileOpened(path, "index"));
   return 1;
 }
 
@@ -47,11 +60,11 @@ int XBaseIndex::Create(const String& path, const String& displayname, const Stri
   displayname_ = displayname;
   if (!file_.Create(path, displayname, expression, flags) || !ParseExpression()) {
     if (error_.empty()) error_ = file_.error();
-    // TODO(log): LogFileError (name, "index", "creating", reason)
+    Record(parser_, LogFileError(name_, "index", "creating", error_));
     file_.Close();
     return 0;
   }
-  // TODO(log): LogFileOpened (path, "index")
+  Record(parser_, LogFileOpened(path, "index"));
   return 1;
 }
 
@@ -62,11 +75,11 @@ int XBaseIndex::Create(File* file, const String& path, const String& displayname
   displayname_ = displayname;
   if (!file_.Create(file, path, displayname, expression, flags) || !ParseExpression()) {
     if (error_.empty()) error_ = file_.error();
-    // TODO(log): LogFileError (name, "index", "creating", reason)
+    Record(parser_, LogFileError(name_, "index", "creating", error_));
     file_.Close();
     return 0;
   }
-  // TODO(log): LogFileOpened (path, "index")
+  Record(parser_, LogFileOpened(path, "index"));
   return 1;
 }
 
@@ -75,7 +88,7 @@ int XBaseIndex::Close() {
   expression_ = nullptr;
   error_ = "";
   if (!file_.isopen()) return 1;
-  // TODO(log): LogFileClosed (path, "index")
+  Record(parser_, LogFileClosed(path_, "index"));
   return file_.Close();
 }
 

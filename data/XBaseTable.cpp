@@ -132,7 +132,8 @@ int XBaseTable::Open(const String& path, const String& displayname, int mode) {
   memopath_ = files->StripExtension(path) + ".dbt";
   memodisplayname_ = files->StripExtension(displayname) + ".dbt";
 
-  // TODO(log): the database layer logs LogFileOpened / LogFileError ("database", "opening") around this call.
+  // Not logged here: the host's own caches use tables too, and only what
+  // scripts open belongs in the log (XBaseDatabase records it).
   file_ = files->Open(path_, mode);
   if (file_ == nullptr) {
     Fail("Error opening", displayname_, files->error());
@@ -185,8 +186,7 @@ int XBaseTable::Create(const String& path, const String& displayname, const Stri
     if (f->type() == XBaseMEMO) memo = true;
 
   Close();
-  // TODO(log): the database layer logs LogFileOpened / LogFileError ("database", "creating") around this
-  // call.
+  // Logged by XBaseDatabase, as in Open.
   File* file = files->Open(path, kCreateMode);
   if (file == nullptr) {
     Fail("Error creating", displayname, files->error());

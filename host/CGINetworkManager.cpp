@@ -13,6 +13,11 @@ int CGINetworkManager::GetHostAddress(const String& host, String& address) {
     address = "127.0.0.1";
     return 0;
   }
+  // A name with a NUL inside would be looked up cut short.
+  if ((int)strlen(host.chars()) != host.length()) {
+    Error("Error looking up '" + host + "'");
+    return -1;
+  }
   struct hostent* entry = gethostbyname(host.chars());
   if (entry == nullptr || entry->h_addrtype != AF_INET || entry->h_addr_list == nullptr ||
       entry->h_addr_list[0] == nullptr) {

@@ -75,10 +75,14 @@ CGISorn::CGISorn(int argc, char** argv)
 }
 
 CGISorn::~CGISorn() {
+  // Databases a script left open log their closing, and the base class
+  // would free them only once this object's log and files are gone.
+  databases_.Dump();
   delete output_;
   delete networkmanager_;
   delete filemanager_;
   delete logfile_;
+  logfile_ = nullptr;
   delete config_;
   if (pathenv_ != nullptr) {
     putenv((char*)"PATH=");

@@ -4,11 +4,15 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <cstdio>
+
 #include <vector>
 
 #include "core/Buffer.h"
 #include "core/Error.h"
 #include "core/Sorn.h"
+#include "data/LMTIndexFile.h"
+#include "data/XBaseTable.h"
 #include "host/UNIXConfig.h"
 #include "host/UNIXConfigParser.h"
 
@@ -39,9 +43,10 @@ UNIXAuthFileParser::UNIXAuthFileParser(Sorn* sorn, Buffer* buffer, UNIXConfig* c
   SetupSupportedTags();
 }
 
-// TODO(database): close and delete table_ and index_ once XBaseTable and
-// LMTIndexFile exist; until then they are never opened.
-UNIXAuthFileParser::~UNIXAuthFileParser() {}
+UNIXAuthFileParser::~UNIXAuthFileParser() {
+  delete index_;
+  delete table_;
+}
 
 void UNIXAuthFileParser::SetupSupportedTags() {
   tags_.Insert(new Tag("AUTH", AuthTagAuth, AuthTagEndAuth));
@@ -178,32 +183,60 @@ void UNIXAuthFileParser::ProcessMacros(String& directory, const String& name) {
   });
 }
 
-// TODO(database): open {workdir}/{basename}auth.dbf, creating it with the
-// fields UID (N 5, no decimals), DATADIR (C 254), AUTHORIZED (C 1) when stat
-// fails, else with mode 3 and, when that fails, mode 1 with writable_
-// cleared; then the index {basename}auth.snx the same way (mode 1 unless
-// writable_; created with the expression "d.uid" and key type 1). Every
-// failure is a configuration error with the table's or the index's own
-// text, and 0. Until the database layer exists nothing is opened and the
-// file alone decides.
 int UNIXAuthFileParser::OpenDatabase() {
-  writable_ = 0;
-  return 1;
+  List<XBaseField> fields(1);
+  fields.Insert(new XBaseField(nullptr, "UID", XBaseNUMBER, 5, 0));
+  fields.Insert(new XBaseField(nullptr, "DATADIR", XBaseCHAR, 254, 0));
+  fields.Insert(new XBaseField(nullptr, "AUTHORIZED", XBaseCHAR, 1, 0));
+  return UNIXConfigParser::OpenCache(sorn_, config_, "auth", fields, "d.uid", 1, &table_, &index_, &writable_);
 }
 
-// TODO(database): search index_ for uid_ printed with "%d"; on a hit
-// XBaseTable::Goto the row (failing: the configuration error "The
-// authorization database is corrupt", 0), *authorized when AUTHORIZED is
-// "T" ignoring case, directory from DATADIR.
 int UNIXAuthFileParser::FindAuthorization(int* found, int* authorized, String& directory) {
   *found = 0;
   *authorized = 0;
   directory = String();
+  char key[16];
+  snprintf(key, sizeof key, "%d", uid_);
+  long recno = 0;
+  if (!index_->_Find(key, 1, &recno, 1)) {
+    sorn_->Error(ConfigurationError(config_, index_->error()));
+    return 0;
+  }
+  if (recno == 0) return 1;
+  XBaseField* granted = table_->Field("AUTHORIZED");
+  XBaseField* datadir = table_->Field("DATADIR");
+  if (!table_->Goto(recno) || granted == nullptr || datadir == nullptr) {
+    sorn_->Error(ConfigurationError(config_, "The authorization database is corrupt"));
+    return 0;
+  }
+  *found = 1;
+  String flag(granted->data());
+  flag.StripWhitespace();
+  *authorized = flag.matches("T");
+  directory = datadir->data();
   return 1;
 }
 
-// TODO(database): a new row with UID uid_, DATADIR datadirectory_ and
-// AUTHORIZED "T" or "F"; XBaseTable::Append, then LMTIndexFile::Insert of its
-// row number under the decimal text of uid_. Failures are configuration
-// errors with the table's or the index's own text.
-int UNIXAuthFileParser::RecordAuthorization(int) { return 1; }
+int UNIXAuthFileParser::RecordAuthorization(int allow) {
+  XBaseField* id = table_->Field("UID");
+  XBaseField* datadir = table_->Field("DATADIR");
+  XBaseField* granted = table_->Field("AUTHORIZED");
+  if (id == nullptr || datadir == nullptr || granted == nullptr) {
+    sorn_->Error(ConfigurationError(config_, "The authorization database is corrupt"));
+    return 0;
+  }
+  char key[16];
+  snprintf(key, sizeof key, "%d", uid_);
+  id->Set(key);
+  datadir->Set(datadirectory_);
+  granted->Set(allow ? "T" : "F");
+  if (!table_->Append()) {
+    sorn_->Error(ConfigurationError(config_, table_->error()));
+    return 0;
+  }
+  if (!index_->Insert(table_->recno(), key)) {
+    sorn_->Error(ConfigurationError(config_, index_->error()));
+    return 0;
+  }
+  return 1;
+}

@@ -1,14 +1,15 @@
 #include "host/UNIXConfigParser.h"
 
-#include <arpa/inet.h>
-#include <netdb.h>
-#include <netinet/in.h>
+#include <sys/stat.h>
 
 #include <cstring>
 
 #include "core/Buffer.h"
 #include "core/Error.h"
+#include "core/NetworkManager.h"
 #include "core/Sorn.h"
+#include "data/LMTIndexFile.h"
+#include "data/XBaseTable.h"
 #include "host/UNIXConfig.h"
 #include "script/Variables.h"
 
@@ -24,9 +25,10 @@ UNIXConfigParser::UNIXConfigParser(Sorn* sorn, Buffer* buffer, UNIXConfig* confi
   SetupSupportedTags();
 }
 
-// TODO(database): close and delete table_ and index_ once XBaseTable and
-// LMTIndexFile exist; until then they are never opened.
-UNIXConfigParser::~UNIXConfigParser() {}
+UNIXConfigParser::~UNIXConfigParser() {
+  delete index_;
+  delete table_;
+}
 
 void UNIXConfigParser::SetupSupportedTags() {
   tags_.Insert(new Tag("VIRTUALHOST", ConfigTagVirtualHost, ConfigTagEndVirtualHost));
@@ -146,9 +148,10 @@ int UNIXConfigParser::StartFirstHost() {
   if (host.empty()) host = sorn_->vars()->GetSystemVariableValue(config_->virtualhostvariable);
   // A request that names no host has only the keys ahead of the blocks.
   if (host.empty()) return ScanStop;
-  if (!IsIPAddr(host) && config_->dnslookup) {
+  NetworkManager* network = sorn_->networkmanager();
+  if (!network->IsIPAddress(host) && config_->dnslookup) {
     String address;
-    if (GetHostAddress(host, address) == 0) host = address;
+    if (network->GetHostAddress(host, address) == 0) host = address;
   }
   if (config_->workdir.empty()) return ScanDone;
   if ((table_ == nullptr || index_ == nullptr) && !OpenDatabase()) return ScanFailure;
@@ -175,7 +178,7 @@ int UNIXConfigParser::ProcessVIRTUALHOST(Tag* tag) {
   inhost_ = 1;
   const String& parameter = tag->attributes().First()->value;
   String host = parameter;
-  if (config_->dnslookup && !IsIPAddr(parameter) && GetHostAddress(parameter, host) != 0) {
+  if (config_->dnslookup && !IsIPAddr(parameter) && sorn_->networkmanager()->GetHostAddress(parameter, host) != 0) {
     sorn_->Error(ConfigurationError(config_, "Error resolving host '" + parameter + "'"));
     return ScanFailure;
   }
@@ -248,52 +251,117 @@ int UNIXConfigParser::IsIPAddr(const String& text) {
   return 1;
 }
 
-// TODO(net): this stands in for NetworkManager::GetHostAddress (and
-// IsIPAddr for IsIPAddress) until the network layer is merged; then both
-// go through the host's network manager.
-int UNIXConfigParser::GetHostAddress(const String& host, String& address) {
-  if (strcmp(host.chars(), "localhost") == 0) {
-    address = "127.0.0.1";
-    return 0;
-  }
-  // A name with a NUL inside would be looked up cut short.
-  if ((int)strlen(host.chars()) != host.length()) return -1;
-  struct hostent* entry = gethostbyname(host.chars());
-  if (entry == nullptr || entry->h_addrtype != AF_INET || entry->h_addr_list[0] == nullptr) return -1;
-  struct in_addr first;
-  memcpy(&first, entry->h_addr_list[0], sizeof first);
-  address = inet_ntoa(first);
-  return 0;
+int UNIXConfigParser::OpenDatabase() {
+  List<XBaseField> fields(1);
+  fields.Insert(new XBaseField(nullptr, "IP", XBaseCHAR, 96, 0));
+  fields.Insert(new XBaseField(nullptr, "NAME", XBaseCHAR, 20, 0));
+  fields.Insert(new XBaseField(nullptr, "VALUE", XBaseCHAR, 254, 0));
+  return OpenCache(sorn_, config_, "vh", fields, "d.ip", 0, &table_, &index_, &writable_);
 }
 
-// TODO(database): open {workdir}/{basename}vh.dbf, creating it with the
-// fields IP (C 96), NAME (C 20), VALUE (C 254) when stat fails, else with
-// mode 3 and, when that fails, mode 1 with writable_ cleared; then the index
-// {basename}vh.snx the same way (mode 1 unless writable_; created with the
-// expression "d.ip" and key type 0). Every failure is a configuration error
-// with the table's or the index's own text, and 0. Until the database layer
-// exists nothing is opened and the parse reads the file as without workdir.
-int UNIXConfigParser::OpenDatabase() {
-  writable_ = 0;
+int UNIXConfigParser::OpenCache(Sorn* sorn, UNIXConfig* config, const char* suffix, List<XBaseField>& fields,
+                                const char* keyexpression, long keyflags, XBaseTable** table,
+                                LMTIndexFile** index, int* writable) {
+  *writable = 1;
+  String base = config->workdir + "/" + sorn->basename() + suffix;
+  struct stat status;
+  if (*table == nullptr) {
+    *table = new XBaseTable(sorn);
+    String path = base + ".dbf";
+    int opened;
+    if (stat(path.chars(), &status) != 0) {
+      opened = (*table)->Create(path, path, String(), String(), fields);
+    } else {
+      opened = (*table)->Open(path, path, FileRead | FileWrite);
+      // Files made by another user's engine can still be read.
+      if (!opened) {
+        *writable = 0;
+        opened = (*table)->Open(path, path, FileRead);
+      }
+    }
+    if (!opened) {
+      sorn->Error(ConfigurationError(config, (*table)->error()));
+      delete *table;
+      *table = nullptr;
+      return 0;
+    }
+  }
+  if (*index == nullptr) {
+    *index = new LMTIndexFile(sorn);
+    String path = base + ".snx";
+    int opened = stat(path.chars(), &status) == 0
+                     ? (*index)->Open(path, path, *writable ? FileRead | FileWrite : FileRead)
+                     : (*index)->Create(path, path, keyexpression, keyflags);
+    if (!opened) {
+      sorn->Error(ConfigurationError(config, (*index)->error()));
+      delete *index;
+      *index = nullptr;
+      return 0;
+    }
+  }
   return 1;
 }
 
-// TODO(database): search index_ for virtualhost, first match; a failed
-// search is a configuration error with the index's text and 0.
 int UNIXConfigParser::FindHostRows(int* found) {
   *found = 0;
+  long recno = 0;
+  if (!index_->_Find(config_->virtualhost.chars(), 1, &recno, 1)) {
+    sorn_->Error(ConfigurationError(config_, index_->error()));
+    return 0;
+  }
+  *found = recno != 0;
   return 1;
 }
 
-// TODO(database): from the first match in index order to the end of the
-// index: XBaseTable::Goto the row (failing: the configuration error "The
-// virtual host database is corrupt"), read IP, NAME and VALUE stripped of
-// white space, stop at an IP other than virtualhost (ignoring case), else
-// config_->SetConfigValue(NAME, VALUE).
-int UNIXConfigParser::ReadHostRows() { return 1; }
+// The cursor stands on the first row of the host (FindHostRows); the rows
+// of one host lie together in index order, so the first other IP ends them.
+int UNIXConfigParser::ReadHostRows() {
+  long recno = 0;
+  if (!index_->_Find(config_->virtualhost.chars(), 1, &recno, 1)) {
+    sorn_->Error(ConfigurationError(config_, index_->error()));
+    return 0;
+  }
+  while (recno != 0) {
+    if (!table_->Goto(recno)) {
+      sorn_->Error(ConfigurationError(config_, "The virtual host database is corrupt"));
+      return 0;
+    }
+    XBaseField* ip = table_->Field("IP");
+    XBaseField* name = table_->Field("NAME");
+    XBaseField* value = table_->Field("VALUE");
+    if (ip == nullptr || name == nullptr || value == nullptr) {
+      sorn_->Error(ConfigurationError(config_, "The virtual host database is corrupt"));
+      return 0;
+    }
+    String host(ip->data()), key(name->data()), text(value->data());
+    host.StripWhitespace();
+    key.StripWhitespace();
+    text.StripWhitespace();
+    if (!host.matches(config_->virtualhost.chars())) break;
+    config_->SetConfigValue(key, text);
+    if (!index_->_Next(&recno, 1)) break;
+  }
+  return 1;
+}
 
-// TODO(database): a new row with IP virtualhost, NAME name and VALUE value;
-// XBaseTable::Append, then LMTIndexFile::Insert of its row number under
-// virtualhost. Failures are configuration errors with the table's or the
-// index's own text.
-int UNIXConfigParser::RecordHostValue(const String&, const String&) { return 1; }
+int UNIXConfigParser::RecordHostValue(const String& name, const String& value) {
+  XBaseField* ip = table_->Field("IP");
+  XBaseField* key = table_->Field("NAME");
+  XBaseField* text = table_->Field("VALUE");
+  if (ip == nullptr || key == nullptr || text == nullptr) {
+    sorn_->Error(ConfigurationError(config_, "The virtual host database is corrupt"));
+    return 0;
+  }
+  ip->Set(config_->virtualhost);
+  key->Set(name);
+  text->Set(value);
+  if (!table_->Append()) {
+    sorn_->Error(ConfigurationError(config_, table_->error()));
+    return 0;
+  }
+  if (!index_->Insert(table_->recno(), config_->virtualhost.chars())) {
+    sorn_->Error(ConfigurationError(config_, index_->error()));
+    return 0;
+  }
+  return 1;
+}

@@ -26,11 +26,13 @@
 #ifndef SORN_HOST_UNIXCONFIGPARSER_H
 #define SORN_HOST_UNIXCONFIGPARSER_H
 
+#include "core/List.h"
 #include "script/Parser.h"
 
 class LMTIndexFile;
 class UNIXConfig;
 class XBaseTable;
+class XBaseField;
 
 enum ConfigTagId {
   ConfigTagVirtualHost = 1,
@@ -64,9 +66,14 @@ class UNIXConfigParser : public Parser {
 
   // 1 when the text holds only digits and dots (the empty text too).
   static int IsIPAddr(const String& text);
-  // The first address of host as dotted text; "localhost" is 127.0.0.1
-  // without a look-up. 0, or -1 when the name can't be resolved.
-  static int GetHostAddress(const String& host, String& address);
+  // Opens, or creates with `fields` and the index key, the cache table
+  // {workdir}/{basename}{suffix}.dbf and its index .snx, whichever of
+  // *table and *index is still null. *writable is cleared when the table
+  // could be opened only for reading. 1, or 0 after a configuration error
+  // with the table's or the index's own text.
+  static int OpenCache(Sorn* sorn, UNIXConfig* config, const char* suffix, List<XBaseField>& fields,
+                       const char* keyexpression, long keyflags, XBaseTable** table, LMTIndexFile** index,
+                       int* writable);
   // One line of a configuration or authorization file: ScanContinue for a
   // line or a line end, ScanStop in front of '<', ScanEndOfFile. *lines
   // counts the line ends read.

@@ -112,3 +112,37 @@ TEST_F(AuthFileTest, GroupModeMatchesTheUsersGroups) {
 }
 
 }  // namespace
+
+namespace {
+
+// With workdir set the first decision for a user is kept in a table, and
+// from then on the table answers without the file being read.
+TEST_F(AuthFileTest, DecisionsAreKeptInTheWorkdirTable) {
+  host_.config_.workdir = host_.directory_.c_str();
+  Read("daemon=/first\n");
+  EXPECT_EQ(result_, 0);
+  EXPECT_EQ(dir(), "/first/");
+  std::string table;
+  for (const std::string& name : host_.Files())
+    if (name.size() > 8 && name.compare(name.size() - 8, 8, "auth.dbf") == 0) table = name;
+  ASSERT_FALSE(table.empty()) << "no authorization table in workdir";
+
+  Read("daemon=/second\n", "/granted/");
+  EXPECT_EQ(dir(), "/first/");
+  // A denial is kept as well, and takes even the starting grant away.
+  struct passwd* bin = getpwnam("bin");
+  ASSERT_NE(bin, nullptr);
+  Read("-bin\n", "/granted/", (int)bin->pw_uid, (int)bin->pw_gid, "bin");
+  EXPECT_EQ(dir(), "");
+  Read("bin=/b\n", "/granted/", (int)bin->pw_uid, (int)bin->pw_gid, "bin");
+  EXPECT_EQ(dir(), "");
+  // A table that is not one is a configuration error, not a guess.
+  FILE* f = fopen((host_.directory_ + "/" + table).c_str(), "w");
+  fputs("not a table", f);
+  fclose(f);
+  std::string page = Read("daemon=/third\n");
+  EXPECT_EQ(result_, 1);
+  EXPECT_NE(page.find("Configuration Error"), std::string::npos) << page;
+}
+
+}  // namespace

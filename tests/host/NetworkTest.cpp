@@ -34,6 +34,7 @@ TEST(NetworkManager, HostNamesAndTheirFailures) {
   String address;
   EXPECT_EQ(manager->GetHostAddress("localhost", address), 0);
   EXPECT_STREQ(address.chars(), "127.0.0.1");
+  EXPECT_EQ(manager->GetHostAddress(String("local\0host", 10), address), -1);
   EXPECT_EQ(manager->GetHostAddress("no-such-host.invalid", address), -1);
   EXPECT_STREQ(manager->error().chars(), "Error looking up 'no-such-host.invalid'");
   EXPECT_EQ(manager->Connect("no-such-host.invalid", 80), nullptr);

@@ -190,10 +190,6 @@ TEST_F(VirtualHostTest, HostNamesAndAddresses) {
   EXPECT_EQ(UNIXConfigParser::IsIPAddr(""), 1);
   EXPECT_EQ(UNIXConfigParser::IsIPAddr("1.2"), 1);
   EXPECT_EQ(UNIXConfigParser::IsIPAddr("10.0.0.1a"), 0);
-  String address;
-  EXPECT_EQ(UNIXConfigParser::GetHostAddress("localhost", address), 0);
-  EXPECT_STREQ(address.chars(), "127.0.0.1");
-  EXPECT_EQ(UNIXConfigParser::GetHostAddress(String("local\0host", 10), address), -1);
   // With look-up on, both the request's name and the block's are resolved.
   ASSERT_EQ(Run({"dnslookup=1", "<VIRTUALHOST 127.0.0.1>", "globaltimeout=9", "</VIRTUALHOST>"}, "localhost"),
             1)
@@ -217,6 +213,43 @@ TEST_F(VirtualHostTest, PathComesFromTheConfiguration) {
   char cwd[4096];
   ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
   EXPECT_STREQ(getenv("PATH"), cwd);
+}
+
+// The first request for a host records its block in the workdir tables;
+// later ones take the rows, whatever the file's block says by then.
+TEST_F(VirtualHostTest, HostRowsAreRecordedOnceAndThenReplaceTheBlock) {
+  mkdir((root_ + "/work").c_str(), 0700);
+  base_.push_back("workdir=" + root_ + "/work");
+  auto conf = [](const char* one, const char* two) {
+    return std::vector<std::string>{"globaltimeout=7", "<VIRTUALHOST www.one.test>", one,
+                                    "</VIRTUALHOST>",  "<VIRTUALHOST www.two.test>", two,
+                                    "</VIRTUALHOST>"};
+  };
+  ASSERT_EQ(Run(conf("globaltimeout=11", "globaltimeout=22")), 1) << body_;
+  EXPECT_EQ(timeout(), 11);
+  struct stat status;
+  EXPECT_EQ(stat((root_ + "/work/sornvh.dbf").c_str(), &status), 0);
+  EXPECT_EQ(stat((root_ + "/work/sornvh.snx").c_str(), &status), 0);
+
+  ASSERT_EQ(Run(conf("globaltimeout=33", "globaltimeout=44")), 1) << body_;
+  EXPECT_EQ(timeout(), 11);
+  // The other host has no rows yet.
+  ASSERT_EQ(Run(conf("globaltimeout=33", "globaltimeout=44"), "www.two.test"), 1) << body_;
+  EXPECT_EQ(timeout(), 44);
+  ASSERT_EQ(Run(conf("globaltimeout=55", "globaltimeout=66"), "www.two.test"), 1) << body_;
+  EXPECT_EQ(timeout(), 44);
+
+  // The rows' table cut short behind its header: the index still names
+  // rows that can't be read.
+  ASSERT_EQ(truncate((root_ + "/work/sornvh.dbf").c_str(), 129), 0);
+  EXPECT_EQ(Run(conf("globaltimeout=33", "globaltimeout=44")), 0);
+  EXPECT_NE(body_.find("The virtual host database is corrupt"), std::string::npos) << body_;
+  // Not a table at all: the table's own words.
+  FILE* f = fopen((root_ + "/work/sornvh.dbf").c_str(), "w");
+  fputs("garbage", f);
+  fclose(f);
+  EXPECT_EQ(Run(conf("globaltimeout=33", "globaltimeout=44")), 0);
+  EXPECT_NE(body_.find("sornvh.dbf"), std::string::npos) << body_;
 }
 
 }  // namespace
