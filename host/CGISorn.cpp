@@ -16,6 +16,7 @@
 #include "host/UNIXConfig.h"
 #include "host/UNIXFileManager.h"
 #include "host/UNIXLogFile.h"
+#include "script/Module.h"
 #include "script/Variable.h"
 #include "script/Variables.h"
 
@@ -75,8 +76,10 @@ CGISorn::CGISorn(int argc, char** argv)
 }
 
 CGISorn::~CGISorn() {
-  // Databases a script left open log their closing, and the base class
-  // would free them only once this object's log and files are gone.
+  // States a script left open (an import, a walk) and databases it left
+  // open log their closing, and the base class would free them only once
+  // this object's log and files are gone.
+  modules_.Dump();
   databases_.Dump();
   delete output_;
   delete networkmanager_;
