@@ -76,11 +76,12 @@ CGISorn::CGISorn(int argc, char** argv)
 }
 
 CGISorn::~CGISorn() {
-  // States a script left open (an import, a walk) and databases it left
-  // open log their closing, and the base class would free them only once
-  // this object's log and files are gone.
-  modules_.Dump();
+  // Databases and states a script left open (an import, a walk) log their
+  // closing, and the base class would free them only once this object's
+  // log and files are gone. Databases first: they still use the parsers
+  // of the modules.
   databases_.Dump();
+  modules_.Dump();
   delete output_;
   delete networkmanager_;
   delete filemanager_;
