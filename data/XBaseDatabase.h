@@ -57,7 +57,7 @@ class XBaseDatabase : public Database {
   const char* type() const override { return "xbase3"; }
   void RemoveView(DatabaseView* view) override;
 
-  // Builds the fields of a specification into fields: 1, or 0 with error
+  // Builds the fields of a FIELDS list (name TYPE(size), ...) into fields: 1, or 0 with error
   // set and fields left as far as they got.
   static int ParseFieldSpecification(const String& text, List<XBaseField>& fields, String& error);
   static long IndexFlags(const String& words);
