@@ -74,6 +74,7 @@ class List {
   }
 
   virtual int Entries() const { return entries_; }
+  int empty() const { return first_ == nullptr; }
 
   virtual T* Seek(T* element) {
     for (current_ = first_; current_ != nullptr; current_ = current_->next)

@@ -23,7 +23,7 @@ inline int CompareKeys(int a, int b) { return a < b ? -1 : a > b ? 1 : 0; }
 template <class T, class K = const char*>
 class SplayTree {
  public:
-  explicit SplayTree(int owns = 1) : owns_(owns), root_(nullptr) {}
+  explicit SplayTree(int owns = 1) : owns_(owns), root_(nullptr), duplicates_(0) {}
   virtual ~SplayTree() {
     if (root_ != nullptr) Dump();
   }
@@ -39,6 +39,7 @@ class SplayTree {
     K key = Key(element);
     Splay(key);
     int c = Compare(key, root_->element);
+    if (c == 0) duplicates_ = 1;
     if (c >= 0) {
       node->right = root_->right;
       node->left = root_;
@@ -59,7 +60,12 @@ class SplayTree {
   virtual void Dump() {
     Free(root_);
     root_ = nullptr;
+    duplicates_ = 0;
   }
+  // Non-zero once two elements with the same key were held. Which of them
+  // a Find returns then depends on the tree's shape, that is on every
+  // earlier Find.
+  int duplicates() const { return duplicates_; }
   virtual K Key(T* element) { return ElementName(element); }
   virtual int Compare(K key, T* element) { return CompareKeys(key, Key(element)); }
 
@@ -150,6 +156,7 @@ class SplayTree {
 
   int owns_;
   Node* root_;
+  int duplicates_;
 };
 
 #endif

@@ -17,7 +17,7 @@ String::String(const String& other) : buffer_(nullptr), capacity_(0), length_(0)
   if (other.length_ > 0) assign(other.buffer_, other.length_);
 }
 
-String::~String() { delete[] buffer_; }
+String::~String() { Release(); }
 
 String& String::operator=(const String& other) {
   if (this == &other) return *this;
@@ -25,25 +25,42 @@ String& String::operator=(const String& other) {
 }
 
 String& String::operator=(String&& other) noexcept {
-  if (this == &other) return *this;
-  delete[] buffer_;
-  buffer_ = other.buffer_;
+  if (this != &other) Take(other);
+  return *this;
+}
+
+void String::Take(String& other) noexcept {
+  Release();
+  if (other.buffer_ == other.local_) {
+    memcpy(local_, other.local_, kLocal);
+    buffer_ = local_;
+  } else {
+    buffer_ = other.buffer_;
+  }
   capacity_ = other.capacity_;
   length_ = other.length_;
   other.buffer_ = nullptr;
   other.capacity_ = 0;
   other.length_ = 0;
-  return *this;
+}
+
+char* String::Allocate(int capacity, int* granted) {
+  if (capacity <= kLocal && buffer_ != local_) {
+    *granted = kLocal;
+    return local_;
+  }
+  *granted = Round(capacity);
+  return new char[*granted];
 }
 
 // Makes room for n characters and the terminator, keeping the text.
 void String::Reserve(int n) {
   if (n + 1 <= capacity_) return;
-  int capacity = Round(n + 1);
-  char* grown = new char[capacity];
+  int capacity;
+  char* grown = Allocate(n + 1, &capacity);
   if (length_ > 0) memcpy(grown, buffer_, length_);
   grown[length_] = 0;
-  delete[] buffer_;
+  Release();
   buffer_ = grown;
   capacity_ = capacity;
 }
@@ -61,10 +78,10 @@ String& String::assign(const char* text, int length) {
   if (length + 1 <= capacity_) {
     memmove(buffer_, text, length);
   } else {
-    int capacity = Round(length + 1);
-    char* fresh = new char[capacity];
+    int capacity;
+    char* fresh = Allocate(length + 1, &capacity);
     memcpy(fresh, text, length);
-    delete[] buffer_;
+    Release();
     buffer_ = fresh;
     capacity_ = capacity;
   }
@@ -110,17 +127,10 @@ String& String::cat(char c) {
 }
 
 String& String::prepend(const char* text) {
-  int add = (int)strlen(text);
-  int old = buffer_ ? (int)strlen(buffer_) : 0;
-  int capacity = old + add < capacity_ ? capacity_ : Round(old + add + 1);
-  char* fresh = new char[capacity];
-  memcpy(fresh, text, add);
-  if (old) memcpy(fresh + add, buffer_, old);
-  fresh[old + add] = 0;
-  delete[] buffer_;
-  buffer_ = fresh;
-  capacity_ = capacity;
-  length_ = old + add;
+  // Built aside: text may lie in this very buffer.
+  String joined(text);
+  if (buffer_ != nullptr) joined.cat(buffer_, (int)strnlen(buffer_, kMaxLength));
+  Take(joined);
   return *this;
 }
 

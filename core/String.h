@@ -1,12 +1,15 @@
-// String: the engine's own text type. One owned, NUL-terminated heap buffer
-// allocated in multiples of 24 bytes (none while empty); no sharing. The
-// length is authoritative, so embedded NUL bytes survive assign, cat and at.
+// String: the engine's own text type. One owned, NUL-terminated buffer
+// (none while empty); no sharing. A text of up to kLocal - 1 bytes lives in
+// the object itself, since most texts a script handles are that short and
+// an allocation for each would cost more than the work on them; longer ones
+// are on the heap in multiples of 24 bytes. The length is authoritative, so
+// embedded NUL bytes survive assign, cat and at.
 #ifndef SORN_CORE_STRING_H
 #define SORN_CORE_STRING_H
 
 class String {
  public:
-  enum { kQuantum = 24 };
+  enum { kQuantum = 24, kLocal = 16 };
   // The longest text a String holds; what would go past it is dropped, so
   // that no length arithmetic can overflow.
   enum { kMaxLength = 1 << 30 };
@@ -15,11 +18,7 @@ class String {
   String(const char* text, int length = -1);
   String(const String& other);
   // Moving hands the buffer over; the source is left empty.
-  String(String&& other) noexcept : buffer_(other.buffer_), capacity_(other.capacity_), length_(other.length_) {
-    other.buffer_ = nullptr;
-    other.capacity_ = 0;
-    other.length_ = 0;
-  }
+  String(String&& other) noexcept : buffer_(nullptr), capacity_(0), length_(0) { Take(other); }
   ~String();
   String& operator=(const String& other);
   String& operator=(String&& other) noexcept;
@@ -76,10 +75,18 @@ class String {
 
  private:
   void Reserve(int n);
+  // Gives up the buffer (keeping nothing) and takes other's, leaving other empty.
+  void Take(String& other) noexcept;
+  // A buffer for at least capacity bytes: the local one when it fits.
+  char* Allocate(int capacity, int* granted);
+  void Release() {
+    if (buffer_ != local_) delete[] buffer_;
+  }
 
   char* buffer_;
   int capacity_;
   int length_;
+  char local_[kLocal];
 };
 
 String operator+(char c, const String& s);

@@ -54,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     String value((const char*)data + at, (int)length);
     at += length;
     if (p->name().matches("length") && (builtin.proc == bi_padl || builtin.proc == bi_padr) &&
-        atol(value) > kMaxWidth)
+        atoi(value) > kMaxWidth)  // read as the built-in reads it: "-2147483649" wraps
       value = Decimal(kMaxWidth);
     parameters.Insert(new Variable(p->name(), value));
   }

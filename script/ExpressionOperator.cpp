@@ -42,6 +42,16 @@ inline void SetBoolean(String& result, bool value) { result.assign(value ? '1' :
 // strtod must consume the whole text, and an overflow to an infinite
 // value (judged by errno, which is not cleared first) is no number.
 bool ReadNumber(const String& s, double& value) {
+  // Short plain integers, the usual operands, are exact without strtod.
+  const char* p = s.chars();
+  const char* digits = p + (*p == '-' || *p == '+');
+  int n = 0;
+  long long whole = 0;
+  while (digits[n] >= '0' && digits[n] <= '9' && n < 16) whole = whole * 10 + (digits[n++] - '0');
+  if (n > 0 && n < 16 && digits[n] == '\0') {
+    value = *p == '-' ? -(double)whole : (double)whole;
+    return true;
+  }
   char* end = nullptr;
   value = strtod(s.chars(), &end);
   if (*end != '\0') return false;

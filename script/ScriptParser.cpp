@@ -466,7 +466,13 @@ int ScriptParser::ProcessEmptyValue(Tag* tag, const String& name, String& value)
   return 1;
 }
 
-int ScriptParser::Cacheable() { return ExpandMacros() && !buffer_->inmacro(); }
+int ScriptParser::Cacheable() {
+#ifdef SORN_NO_CACHES
+  return 0;
+#else
+  return ExpandMacros() && !buffer_->inmacro();
+#endif
+}
 
 int ScriptParser::EvaluateAt(long position, int line, String& value) {
   long saved = buffer_->CurrentFilePosition();
@@ -521,9 +527,43 @@ int ScriptParser::ProcessCachedTag(long start, int* result) {
   TagCache::Entry* entry = cache_.Find(start);
   if (entry == nullptr) return 0;
   buffer_->Seek(entry->end);
+  if (entry->instance != nullptr && !entry->busy) {
+    *result = RunCachedTag(entry, entry->instance, 1);
+    return 1;
+  }
   Tag* tag = new Tag(*entry->model);
+  int keep = entry->instance == nullptr && !entry->busy;
+  *result = RunCachedTag(entry, tag, 0);
+  if (keep && *result != ScanFailure && entry->instance == nullptr) {
+    entry->instance = tag;
+    return 1;
+  }
+  delete tag;
+  return 1;
+}
+
+// Fills the attributes of a fresh instance, or rewrites those of the kept
+// one in the same order, and processes the tag. A kept instance has passed
+// the validation once with the same attribute names: it would add nothing.
+int ScriptParser::RunCachedTag(TagCache::Entry* entry, Tag* tag, int reused) {
+  entry->busy++;
   int ok = 1;
+  NameValueList& pairs = tag->attributes();
+  NameValuePair* pair = reused ? pairs.First() : nullptr;
   for (const TagCache::Attribute& a : entry->attributes) {
+    if (reused) {
+      if (pair == nullptr) {  // cannot happen: the names are the entry's own
+        ok = 0;
+        break;
+      }
+      pair->value = a.value;
+      if (a.expression != nullptr && !a.expression->Resolve(pair->value)) {
+        ok = 0;
+        break;
+      }
+      pair = pairs.Next();
+      continue;
+    }
     String value(a.value);
     if (a.expression != nullptr && !a.expression->Resolve(value)) {
       ok = 0;
@@ -532,15 +572,18 @@ int ScriptParser::ProcessCachedTag(long start, int* result) {
     if (a.setsposition) tag->SetPosition(entry->expressionposition, entry->expressionline);
     tag->AddNameValuePair(a.name, value, 0);
   }
-  if (ok) ok = ValidateTag(entry->model, tag);
-  if (ok) {
-    int r = ProcessKnownTag(tag);
-    *result = r == ScanFailure ? ScanFailure : r == ScanStop ? ScanStop : ScanContinue;
-  } else {
-    *result = ScanFailure;
+  if (ok && !reused) {
+    ok = ValidateTag(entry->model, tag);
+    entry->cursor = pairs.Current();
   }
-  delete tag;
-  return 1;
+  if (reused) pairs.Seek(entry->cursor);
+  int r = ScanFailure;
+  if (ok) {
+    r = ProcessKnownTag(tag);
+    r = r == ScanFailure ? ScanFailure : r == ScanStop ? ScanStop : ScanContinue;
+  }
+  entry->busy--;
+  return r;
 }
 
 int ScriptParser::ProcessUnknownTag(String& text) {

@@ -46,6 +46,7 @@ class ScriptParser : public Parser {
   int ProcessNewLine(String& line) override;
   int ProcessEmptyValue(Tag* tag, const String& name, String& value) override;
   int ProcessCachedTag(long start, int* result) override;
+  int RunCachedTag(TagCache::Entry* entry, Tag* tag, int reused);
   int ReadTag(Tag* model, Tag* tag, long start) override;
   virtual void SetupBuiltinFunctions();
   // The attributes of the older IMPORT and EXPORT: names may stand bare
@@ -100,6 +101,8 @@ class ScriptParser : public Parser {
   MacroExpander* expander();
   int& lookahead() { return lookahead_; }
   TagCache& cache() { return cache_; }
+  // Scratch text for the name of a tag's error variable.
+  String& errorname() { return errorname_; }
   // Whether text read from now on can be kept: macros are expanded and the
   // buffer is not inside a macro's value.
   int Cacheable();
@@ -131,6 +134,7 @@ class ScriptParser : public Parser {
   int outputlevel_;
   int depth_;
   TagCache cache_;
+  String errorname_;
   TagCache::Entry* recording_;
 };
 

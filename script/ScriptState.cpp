@@ -14,7 +14,14 @@ ScriptState::ScriptState(ScriptState* parent, Tag* tag)
 
 ScriptState::~ScriptState() { delete tag_; }
 
-void ScriptState::ClearErrorVariable(Tag* tag) { parser_->vars()->SetVariable(*tag + "_Error", ""); }
+void ScriptState::ClearErrorVariable(Tag* tag) {
+  // The name is built in a buffer that lives as long as the parser: no
+  // allocation for the most frequent assignment of all.
+  String& name = parser_->errorname();
+  name.assign(tag->chars(), tag->length());
+  name.cat("_Error", 6);
+  parser_->vars()->SetVariable(name, String());
+}
 
 int ScriptState::RuntimeError(Tag* tag, const String& message) {
   if (!parser_->RuntimeError(tag, message)) return StateFailure;

@@ -1,9 +1,11 @@
 #include "script/TagCache.h"
 
 #include "script/Expression.h"
+#include "script/Tag.h"
 
 TagCache::Entry::~Entry() {
   for (Attribute& a : attributes) delete a.expression;
+  delete instance;
 }
 
 TagCache::~TagCache() {

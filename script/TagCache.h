@@ -12,6 +12,7 @@
 #include "core/String.h"
 
 class Expression;
+class NameValuePair;
 class Tag;
 
 class TagCache {
@@ -29,6 +30,12 @@ class TagCache {
     long expressionposition;
     int expressionline;
     std::vector<Attribute> attributes;
+    // The instance of the last use, with the template's defaults already
+    // added: the next use only rewrites the values, in place. Busy while a
+    // use runs, since an attribute's function may come back to this tag.
+    Tag* instance = nullptr;
+    NameValuePair* cursor = nullptr;  // where the fresh instance's list stood
+    int busy = 0;
   };
 
   TagCache() {}

@@ -42,11 +42,34 @@ class VariableList : public SearchableList<Variable> {
 class VariableTree : public SplayTree<Variable> {
  public:
   explicit VariableTree(int owns = 1) : SplayTree<Variable>(owns) {}
+
+  // While watched, every insert and dump counts one change in *changes,
+  // so that whoever remembers lookups in this tree knows to forget them.
+  void Watch(unsigned long* changes) {
+    changes_ = changes;
+    watched_++;
+  }
+  void Unwatch() {
+    if (watched_ > 0 && --watched_ == 0) changes_ = nullptr;
+  }
+  void Insert(Variable* element) override {
+    SplayTree<Variable>::Insert(element);
+    if (changes_ != nullptr) ++*changes_;
+  }
+  void Dump() override {
+    SplayTree<Variable>::Dump();
+    if (changes_ != nullptr) ++*changes_;
+  }
+
   // Sets an existing variable or inserts a new one.
   void SetVariable(const char* name, const char* value);
   // Appends every element, in name order, at the tail of list, which must
   // not own them.
   void AppendToList(List<Variable>& list) const;
+
+ private:
+  unsigned long* changes_ = nullptr;
+  int watched_ = 0;
 };
 
 #endif

@@ -29,6 +29,8 @@ bool SplitAt(const String& name, const char* marker, String& variable, String& d
 
 Variables::Variables(Sorn* sorn) : sorn_(sorn), globals_(1), system_(1), locals_(0), systemframes_(0) {
   systemframes_.Push(&system_);
+  system_.Watch(&systemchanges_);
+  globals_.Watch(&globalchanges_);
 }
 
 Variables::~Variables() {
@@ -60,7 +62,56 @@ int Variables::Scope(const String& name, String& variable, String& database) {
   return PrefixScope(copy.before(dot));
 }
 
+int Variables::RemembersSystem() {
+#ifdef SORN_NO_CACHES
+  return 0;
+#else
+  if (systemfoundat_ != systemchanges_) {
+    systemfound_.Clear();
+    systemfoundat_ = systemchanges_;
+    systemremembers_ = 1;
+    for (VariableTree* frame = systemframes_.Top(); frame != nullptr; frame = systemframes_.Peek())
+      if (frame->duplicates()) systemremembers_ = 0;
+  }
+  return systemremembers_;
+#endif
+}
+
+int Variables::RemembersGlobal() {
+#ifdef SORN_NO_CACHES
+  return 0;
+#else
+  if (globalfoundat_ != globalchanges_) {
+    globalfound_.Clear();
+    globalfoundat_ = globalchanges_;
+  }
+  return !globals_.duplicates();
+#endif
+}
+
 Variable* Variables::FindSystem(const String& variable) {
+  return FindSystem(variable, RemembersSystem() ? NameCache::Hash(variable.chars()) : 0);
+}
+
+Variable* Variables::FindSystem(const String& variable, unsigned hash) {
+  if (!RemembersSystem()) return SearchSystem(variable);
+  Variable* v = nullptr;
+  if (systemfound_.Find(variable.chars(), hash, &v)) return v;
+  v = SearchSystem(variable);
+  systemfound_.Store(variable.chars(), hash, v);
+  return v;
+}
+
+Variable* Variables::FindGlobal(const String& variable, unsigned hash) {
+  if (!RemembersGlobal()) return globals_.Find(variable);
+  Variable* v = nullptr;
+  if (globalfound_.Find(variable.chars(), hash, &v)) return v;
+  v = globals_.Find(variable);
+  globalfound_.Store(variable.chars(), hash, v);
+  return v;
+}
+
+Variable* Variables::SearchSystem(const String& variable) {
   for (VariableTree* frame = systemframes_.Top(); frame != nullptr; frame = systemframes_.Peek()) {
     Variable* v = frame->Find(variable);
     if (v != nullptr) return v;
@@ -97,13 +148,14 @@ Variable* Variables::FindDatabase(const String& variable, const String& database
 }
 
 Variable* Variables::FindUnscoped(const String& variable) {
-  Variable* v = FindSystem(variable);
+  unsigned hash = NameCache::Hash(variable.chars());
+  Variable* v = FindSystem(variable, hash);
   if (v == nullptr) {
     VariableTree* frame = locals_.Top();
     if (frame != nullptr) v = frame->Find(variable);
   }
   if (v == nullptr) v = FindDatabase(variable, String());
-  if (v == nullptr) v = globals_.Find(variable);
+  if (v == nullptr) v = FindGlobal(variable, hash);
   return v;
 }
 
@@ -192,7 +244,8 @@ String Variables::GetSystemVariableValue(const String& name) {
 }
 
 void Variables::PushLocalVars(VariableTree* frame) {
-  if (frame != nullptr) locals_.Push(frame);
+  if (frame == nullptr) return;
+  locals_.Push(frame);
 }
 
 VariableTree* Variables::PopLocalVars() {
@@ -202,12 +255,18 @@ VariableTree* Variables::PopLocalVars() {
 }
 
 void Variables::PushSystemVars(VariableTree* frame) {
-  if (frame != nullptr) systemframes_.Push(frame);
+  if (frame == nullptr) return;
+  systemframes_.Push(frame);
+  frame->Watch(&systemchanges_);
+  systemchanges_++;
 }
 
 VariableTree* Variables::PopSystemVars() {
   if (systemframes_.Top() == &system_) return nullptr;
-  return systemframes_.Pop();
+  VariableTree* frame = systemframes_.Pop();
+  if (frame != nullptr) frame->Unwatch();
+  systemchanges_++;
+  return frame;
 }
 
 VariableTree* Variables::localframe() { return locals_.Top(); }

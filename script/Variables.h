@@ -11,6 +11,7 @@
 
 #include "core/Stack.h"
 #include "core/String.h"
+#include "script/NameCache.h"
 #include "script/Variable.h"
 
 class Sorn;
@@ -76,6 +77,12 @@ class Variables {
 
  private:
   Variable* FindSystem(const String& variable);
+  Variable* FindSystem(const String& variable, unsigned hash);
+  Variable* SearchSystem(const String& variable);
+  Variable* FindGlobal(const String& variable, unsigned hash);
+  // Whether the answers remembered since the last change still stand.
+  int RemembersSystem();
+  int RemembersGlobal();
   Variable* FindLocal(const String& variable);
   Variable* FindDatabase(const String& variable, const String& database);
   // The search of an unscoped name, the global tree last.
@@ -86,6 +93,22 @@ class Variables {
   VariableTree system_;
   Stack<VariableTree> locals_;
   Stack<VariableTree> systemframes_;
+
+  // What the system frames and the global tree answered for a name (a
+  // variable, or null for nothing), as long as they are unchanged: every
+  // insert into or dump of one of their trees, and every push or pop of a
+  // system frame, counts a change. Nearly every unscoped name is looked
+  // for in the system frames first and not found. A tree holding duplicate
+  // names is never skipped, since the lookups of other names decide which
+  // duplicate it gives. A local frame is small and is searched each time;
+  // so are the open databases, whose views come and go on their own.
+  NameCache systemfound_;
+  unsigned long systemchanges_ = 1;
+  unsigned long systemfoundat_ = 0;
+  int systemremembers_ = 0;
+  NameCache globalfound_;
+  unsigned long globalchanges_ = 1;
+  unsigned long globalfoundat_ = 0;
 };
 
 #endif

@@ -1,0 +1,4 @@
+<HTML>
+<HEAD><TITLE>Price list</TITLE></HEAD>
+<BODY>
+<H1>Price list</H1>
