@@ -25,6 +25,14 @@ class FileManager {
 
   // A new open file owned by the caller, or null with the reason in error().
   virtual File* Open(const String& path, int mode) = 0;
+
+  // Counts the calls that may change what a file holds (opens for writing,
+  // deletes, copies, renames): whoever keeps what it read from a file needs
+  // to look at the file again only when the count has moved.
+  unsigned long changes() const { return changes_; }
+  // A text that differs whenever the file at path is another file or was
+  // written to since; empty when there is no telling.
+  virtual String Signature(const String&) { return String(); }
   // 0, or negative with the reason in error().
   virtual int Delete(const String& path) = 0;
   // 0 or -1. The target is created or truncated, with permission bits 0600.
@@ -69,6 +77,7 @@ class FileManager {
   char PathSeparator() const { return pathseparator(); }
 
  protected:
+  unsigned long changes_ = 0;
   Sorn* sorn_;
   String error_;
 };

@@ -30,6 +30,7 @@ int UNIXFileManager::Fail() {
 }
 
 File* UNIXFileManager::Open(const String& path, int mode) {
+  if (mode & (FileWrite | FileCreate | FileTruncate | FileAppend)) changes_++;
   UNIXFile* file = new UNIXFile(sorn_);
   if (!file->Open(path, mode)) {
     Error(file->error());
@@ -39,12 +40,24 @@ File* UNIXFileManager::Open(const String& path, int mode) {
   return file;
 }
 
+String UNIXFileManager::Signature(const String& path) {
+  struct stat st;
+  if (stat(path.chars(), &st) != 0) return String();
+  char text[128];
+  snprintf(text, sizeof text, "%llu:%llu:%lld:%lld.%09ld", (unsigned long long)st.st_dev,
+           (unsigned long long)st.st_ino, (long long)st.st_size, (long long)st.st_mtim.tv_sec,
+           (long)st.st_mtim.tv_nsec);
+  return String(text);
+}
+
 int UNIXFileManager::Delete(const String& path) {
+  changes_++;
   if (unlink(path.chars()) != 0) return Fail();
   return 0;
 }
 
 int UNIXFileManager::Copy(const String& from, const String& to) {
+  changes_++;
   int in = open(from.chars(), O_RDONLY);
   if (in < 0) return Fail();
   int out = open(to.chars(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
@@ -77,6 +90,7 @@ int UNIXFileManager::Copy(const String& from, const String& to) {
 }
 
 int UNIXFileManager::Rename(const String& from, const String& to) {
+  changes_++;
   if (rename(from.chars(), to.chars()) == 0) return 0;
   if (errno != EXDEV) return Fail();
   if (Copy(from, to) != 0) return -1;

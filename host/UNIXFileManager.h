@@ -9,6 +9,7 @@ class UNIXFileManager : public FileManager {
   explicit UNIXFileManager(Sorn* sorn) : FileManager(sorn) {}
 
   File* Open(const String& path, int mode) override;
+  String Signature(const String& path) override;
   int Delete(const String& path) override;
   int Copy(const String& from, const String& to) override;
   int Rename(const String& from, const String& to) override;

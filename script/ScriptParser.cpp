@@ -7,6 +7,7 @@
 
 #include "core/Buffer.h"
 #include "core/Error.h"
+#include "core/FileManager.h"
 #include "core/Output.h"
 #include "core/Sorn.h"
 #include "script/Builtins.h"
@@ -470,6 +471,18 @@ int ScriptParser::Cacheable() {
 #ifdef SORN_NO_CACHES
   return 0;
 #else
+  if (scriptchanged_) return 0;
+  FileManager* files = sorn_ != nullptr ? sorn_->filemanager() : nullptr;
+  if (files != nullptr && (!signed_ || files->changes() != changesseen_)) {
+    changesseen_ = files->changes();
+    String signature = files->Signature(buffer_->path());
+    if (signed_ && signature != signature_) {
+      scriptchanged_ = 1;
+      return 0;
+    }
+    signature_ = signature;
+    signed_ = 1;
+  }
   return ExpandMacros() && !buffer_->inmacro();
 #endif
 }

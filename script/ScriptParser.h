@@ -135,6 +135,13 @@ class ScriptParser : public Parser {
   int depth_;
   TagCache cache_;
   String errorname_;
+  // The script as it was when its tags began to be kept: when the engine
+  // itself writes to it, what was kept no longer reads as the text does,
+  // and nothing more is kept or used.
+  String signature_;
+  unsigned long changesseen_ = 0;
+  int signed_ = 0;
+  int scriptchanged_ = 0;
   TagCache::Entry* recording_;
 };
 
