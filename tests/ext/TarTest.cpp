@@ -1,4 +1,3 @@
-#include <ftw.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,31 +10,16 @@
 
 #include "ext/Tar.h"
 #include "tests/ext/TarBuilder.h"
+#include "tests/host/ScratchDir.h"
 #include "tests/host/TestHost.h"
 
 namespace {
 
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
-
-class TarTest : public ::testing::Test {
+class TarTest : public ::testing::Test, protected ScratchDir {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/sorn-tar-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    root_ = pattern;
-  }
-  void TearDown() override { nftw(root_.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS); }
-
-  std::string P(const std::string& rel) const { return root_ + "/" + rel; }
   void Shell(const std::string& command) {
     // A configured request of an earlier test leaves PATH as its path key.
     ASSERT_EQ(system(("PATH=/usr/bin:/bin; cd " + root_ + " && " + command).c_str()), 0) << command;
-  }
-  std::string Read(const std::string& rel) {
-    std::ifstream in(P(rel), std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
   }
   // One line per entry: index, type, name, size, mode and link target.
   std::vector<std::string> Walk(Tar& tar, bool zeroblocks = false) {
@@ -53,7 +37,6 @@ class TarTest : public ::testing::Test {
   }
   int Open(Tar& tar, const std::string& rel) { return tar.Open(P(rel).c_str(), rel.c_str()); }
 
-  std::string root_;
   TestHost host_;
 };
 

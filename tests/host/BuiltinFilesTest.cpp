@@ -1,80 +1,29 @@
 #include <gtest/gtest.h>
-
-#include <ftw.h>
-#include <stdlib.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <fstream>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "core/Output.h"
-#include "host/CGISorn.h"
+#include "tests/host/ConfiguredRequest.h"
 #include "tests/script/BuiltinCall.h"
 
 namespace {
 
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
-
-class SiteSorn : public CGISorn {
- public:
-  SiteSorn(int argc, char** argv) : CGISorn(argc, argv) {}
-  Output* output() override { return &out_; }
-  std::string text() {
-    out_.Flush();
-    return out_.string().chars();
-  }
-
- private:
-  StringOutput out_{64};
-};
-
 // The file built-ins on a configured request: site/ is the script root,
 // data/ the data directory, and every event goes to log.
-class BuiltinFilesTest : public ::testing::Test {
+class BuiltinFilesTest : public ConfiguredRequest {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/sorn-bf-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    root_ = pattern;
-    mkdir(P("site").c_str(), 0700);
-    mkdir(P("data").c_str(), 0700);
+    MakeDir("site");
+    MakeDir("data");
     Write("site/t.sn", "");
     Start({});
   }
-  void TearDown() override {
-    sorn_.reset();
-    nftw(root_.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
-  }
-
   void Start(const std::vector<std::string>& extra) {
-    sorn_.reset();
-    std::string conf = "sornroot=" + P("site") + "\nstdmodedatadir=" + P("data") + "\nloglevel=2\nlogfile=" +
-                       P("log") + "\n";
-    for (const std::string& line : extra) conf += line + "\n";
-    Write("sorn.conf", conf);
-    args_ = {P("sorn"), "t.sn"};
-    char* argv[] = {&args_[0][0], &args_[1][0], nullptr};
-    sorn_.reset(new SiteSorn(2, argv));
-    String path, name;
-    ASSERT_TRUE(sorn_->LoadConfiguration() && sorn_->CheckConfiguration() &&
-                sorn_->GetScriptInformation(path, name) && sorn_->ProcessConfiguration(path, name))
-        << sorn_->text();
-  }
-
-  std::string P(const std::string& rel) const { return root_ + "/" + rel; }
-  void Write(const std::string& rel, const std::string& text) {
-    std::ofstream(P(rel), std::ios::binary) << text;
-  }
-  std::string Read(const std::string& rel) {
-    std::ifstream in(P(rel), std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
+    std::vector<std::string> conf = {"loglevel=2", "logfile=" + P("log")};
+    conf.insert(conf.end(), extra.begin(), extra.end());
+    ConfiguredRequest::Start("site", "data", conf);
   }
   std::string Call(const char* name, const std::vector<std::string>& args) {
     return CallBuiltin(sorn_.get(), name, args);
@@ -93,10 +42,6 @@ class BuiltinFilesTest : public ::testing::Test {
     }
     return events;
   }
-
-  std::string root_;
-  std::vector<std::string> args_;
-  std::unique_ptr<SiteSorn> sorn_;
 };
 
 TEST_F(BuiltinFilesTest, PathsRefusedByTheGateTouchNothingAndLogNothing) {

@@ -1,4 +1,3 @@
-#include <ftw.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/stat.h>
@@ -14,22 +13,18 @@
 #include "host/UNIXConfig.h"
 #include "host/UNIXConfigParser.h"
 #include "script/Variables.h"
+#include "tests/host/ScratchDir.h"
 
 namespace {
 
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
-
 // One request taken up to the end of ProcessConfiguration, with the
 // configuration file made of conf_ and the host named by SERVER_NAME.
-class VirtualHostTest : public ::testing::Test {
+class VirtualHostTest : public ::testing::Test, protected ScratchDir {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/sorn-vh-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    root_ = pattern;
-    mkdir((root_ + "/site").c_str(), 0700);
-    mkdir((root_ + "/data").c_str(), 0700);
-    fclose(fopen((root_ + "/site/t.sn").c_str(), "w"));
+    MakeDir("site");
+    MakeDir("data");
+    Write("site/t.sn");
     base_ = {"sornroot=" + root_ + "/site", "stdmodedatadir=" + root_ + "/data", "dnslookup=0"};
     saved_path_ = getenv("PATH") ? getenv("PATH") : "";
   }
@@ -38,7 +33,6 @@ class VirtualHostTest : public ::testing::Test {
     unsetenv("SERVER_NAME");
     unsetenv("PATH_INFO");
     setenv("PATH", saved_path_.c_str(), 1);
-    nftw(root_.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
   }
 
   // 1 when every step succeeded; body_ holds what the page got.
@@ -69,7 +63,7 @@ class VirtualHostTest : public ::testing::Test {
     return codes;
   }
 
-  std::string root_, body_, program_, saved_path_;
+  std::string body_, program_, saved_path_;
   std::vector<std::string> base_;
   std::unique_ptr<CGISorn> sorn_;
 };

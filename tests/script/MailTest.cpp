@@ -1,8 +1,5 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <chrono>
 #include <memory>
@@ -17,6 +14,7 @@
 #include "script/SMTPOutput.h"
 #include "tests/host/TestHost.h"
 #include "tests/host/TestPeer.h"
+#include "tests/script/EngineProcess.h"
 
 namespace {
 
@@ -295,13 +293,6 @@ TEST(POP3, GigabyteMessageGoesToItsFileInBoundedMemory) {
   const long kTotal = 1L << 30;
   POP3Peer server({}, "127.0.0.3", 110, kTotal);
   if (server.peer.port() < 0) GTEST_SKIP() << "port 110 of 127.0.0.3 cannot be bound (not root, or taken)";
-  char exe[4096];
-  ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
-  ASSERT_GT(n, 0);
-  exe[n] = 0;
-  std::string engine = std::string(exe).substr(0, std::string(exe).rfind('/')) + "/sorn";
-  ASSERT_EQ(access(engine.c_str(), X_OK), 0) << engine;
-
   TestHost host;  // for its temporary directory
   std::string dir = host.directory_;
   mkdir((dir + "/mail").c_str(), 0700);
@@ -309,31 +300,11 @@ TEST(POP3, GigabyteMessageGoesToItsFileInBoundedMemory) {
   std::string script =
       "<SnPOP LOGIN=\"user\" PASSWORD=\"secret\" DIRECTORY=\"mail\" MAILHOST=\"127.0.0.3\">"
       "<SnEVAL EXPR=\"{ messagesubject $ ' ' $ messagebody }\"></SnPOP>";
-  for (auto& file : {std::make_pair(dir + "/sorn.conf", conf), std::make_pair(dir + "/t.sn", script)}) {
-    FILE* f = fopen(file.first.c_str(), "w");
-    fwrite(file.second.data(), 1, file.second.size(), f);
-    fclose(f);
-  }
-  std::string out = dir + "/out";
-  pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    int fd = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    dup2(fd, 1);
-    std::string argv0 = dir + "/sorn";
-    char* argv[] = {(char*)argv0.c_str(), nullptr};
-    char* env[] = {(char*)"PATH_INFO=/t.sn", (char*)"REQUEST_METHOD=GET", (char*)"QUERY_STRING=", nullptr};
-    execve(engine.c_str(), argv, env);
-    _exit(127);
-  }
-  int status = 0;
   struct rusage usage = {};
-  ASSERT_EQ(wait4(child, &status, 0, &usage), child);
-  std::string page = ReadFile(out);
+  std::string page = RunEngineProcess(dir, conf, script, &usage);
   struct stat saved = {};
   int found = stat((dir + "/mail/SORN_POP00000001").c_str(), &saved);
-  for (const char* name : {"/sorn.conf", "/t.sn", "/out", "/mail/SORN_POP00000001"})
-    unlink((dir + name).c_str());
+  unlink((dir + "/mail/SORN_POP00000001").c_str());
   rmdir((dir + "/mail").c_str());
   EXPECT_EQ(page, "Content-type: text/html\r\n\r\nbig mail/SORN_POP00000001");
   ASSERT_EQ(found, 0);
