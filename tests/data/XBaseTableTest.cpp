@@ -363,33 +363,32 @@ TEST_F(XBaseTableTest, ReaderTrustsOnlyWhatItNeeds) {
 }
 
 TEST_F(XBaseTableTest, OpenFailuresNameTheFileAsDisplayed) {
+  const struct {
+    const char* name;
+    std::string bytes;  // none: the file is missing
+    const char* error;
+  } cases[] = {
+      {"nosuch.dbf", "", "Error opening 'nosuch.dbf': No such file or directory"},
+      {"badver.dbf", Header(0x30, 1, 65, 4) + Descriptor("ID", 'C', 3) + "\r abc\x1a",
+       "'badver.dbf': Unsupported xBase file version (0x30)"},
+      {"badtype.dbf", Header(0x03, 0, 97, 12) + Descriptor("ID", 'C', 3) + Descriptor("PAY", 'F', 8) + "\r\x1a",
+       "'badtype.dbf' contains an unsupported field of type 'F'"},
+      // Marked as having a memo, so its memo file must be there.
+      {"nomemo.dbf", Header(0x83, 1, 65, 4) + Descriptor("ID", 'C', 3) + "\r abc\x1a",
+       "Error opening 'nomemo.dbt': No such file or directory"},
+      // The header promises three descriptors; the file ends after one.
+      {"short.dbf", Header(0x03, 0, 129, 10) + Descriptor("A", 'C', 9).substr(0, 30),
+       "Error reading from 'short.dbf': Unexpected end of file"},
+      // A MEMO field in a file marked 0x03 still opens the memo file.
+      {"memo03.dbf", Header(0x03, 0, 65, 11) + Descriptor("B", 'M', 10) + "\r\x1a",
+       "Error opening 'memo03.dbt': No such file or directory"},
+  };
   std::unique_ptr<XBaseTable> t = NewTable();
-  EXPECT_EQ(t->Open(String(P("nosuch.dbf").c_str()), "nosuch.dbf", 3), 0);
-  EXPECT_EQ(t->error(), "Error opening 'nosuch.dbf': No such file or directory");
-
-  Write("badver.dbf", Header(0x30, 1, 65, 4) + Descriptor("ID", 'C', 3) + "\r abc\x1a");
-  EXPECT_EQ(t->Open(String(P("badver.dbf").c_str()), "badver.dbf", 3), 0);
-  EXPECT_EQ(t->error(), "'badver.dbf': Unsupported xBase file version (0x30)");
-
-  Write("badtype.dbf",
-             Header(0x03, 0, 97, 12) + Descriptor("ID", 'C', 3) + Descriptor("PAY", 'F', 8) + "\r\x1a");
-  EXPECT_EQ(t->Open(String(P("badtype.dbf").c_str()), "badtype.dbf", 3), 0);
-  EXPECT_EQ(t->error(), "'badtype.dbf' contains an unsupported field of type 'F'");
-
-  // Marked as having a memo, so its memo file must be there.
-  Write("nomemo.dbf", Header(0x83, 1, 65, 4) + Descriptor("ID", 'C', 3) + "\r abc\x1a");
-  EXPECT_EQ(t->Open(String(P("nomemo.dbf").c_str()), "nomemo.dbf", 3), 0);
-  EXPECT_EQ(t->error(), "Error opening 'nomemo.dbt': No such file or directory");
-
-  // The header promises three descriptors; the file ends after one.
-  Write("short.dbf", Header(0x03, 0, 129, 10) + Descriptor("A", 'C', 9).substr(0, 30));
-  EXPECT_EQ(t->Open(String(P("short.dbf").c_str()), "short.dbf", 3), 0);
-  EXPECT_EQ(t->error(), "Error reading from 'short.dbf': Unexpected end of file");
-
-  // A MEMO field in a file marked 0x03 still opens the memo file.
-  Write("memo03.dbf", Header(0x03, 0, 65, 11) + Descriptor("B", 'M', 10) + "\r\x1a");
-  EXPECT_EQ(t->Open(String(P("memo03.dbf").c_str()), "memo03.dbf", 3), 0);
-  EXPECT_EQ(t->error(), "Error opening 'memo03.dbt': No such file or directory");
+  for (const auto& c : cases) {
+    if (!c.bytes.empty()) Write(c.name, c.bytes);
+    EXPECT_EQ(t->Open(String(P(c.name).c_str()), c.name, 3), 0) << c.name;
+    EXPECT_EQ(t->error(), c.error);
+  }
 }
 
 TEST_F(XBaseTableTest, CreateFailuresAndMissingFiles) {
