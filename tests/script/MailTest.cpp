@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "core/NetworkConnection.h"
@@ -159,15 +160,9 @@ TEST(SMTP, RepliesByTheirFirstAndFourthCharacters) {
     const char* error;
   };
   const Case cases[] = {
-      {"220-first line", ReplyMore, ""},
-      {"220 ready", ReplyGood, ""},
-      {"354 go", ReplyGood, ""},
-      {"250", ReplyGood, ""},
-      {"", ReplyGood, ""},
-      {"550 no such user", ReplyFailed, "no such user"},
-      {"421-busy", ReplyFailed, "busy"},
-      {"5", ReplyFailed, ""},
-      {"2500", ReplyMore, ""},
+      {"220-first line", ReplyMore, ""}, {"220 ready", ReplyGood, ""}, {"354 go", ReplyGood, ""},
+      {"250", ReplyGood, ""}, {"", ReplyGood, ""}, {"550 no such user", ReplyFailed, "no such user"},
+      {"421-busy", ReplyFailed, "busy"}, {"5", ReplyFailed, ""}, {"2500", ReplyMore, ""},
   };
   for (const Case& c : cases) {
     smtp.Error("");
@@ -177,17 +172,13 @@ TEST(SMTP, RepliesByTheirFirstAndFourthCharacters) {
 }
 
 TEST(POP3, EOTRestoresDotLines) {
-  String out;
-  EXPECT_TRUE(POP3::EOT(".", out));
-  EXPECT_STREQ(out.chars(), "");
-  EXPECT_FALSE(POP3::EOT("..", out));
-  EXPECT_STREQ(out.chars(), ".");
-  EXPECT_FALSE(POP3::EOT("..x", out));
-  EXPECT_STREQ(out.chars(), ".x");
-  EXPECT_FALSE(POP3::EOT(".x", out));
-  EXPECT_STREQ(out.chars(), ".x");
-  EXPECT_FALSE(POP3::EOT("", out));
-  EXPECT_STREQ(out.chars(), "");
+  const std::tuple<const char*, bool, const char*> cases[] = {
+      {".", true, ""}, {"..", false, "."}, {"..x", false, ".x"}, {".x", false, ".x"}, {"", false, ""}};
+  for (const auto& [line, end, text] : cases) {
+    String out("junk");
+    EXPECT_EQ(POP3::EOT(line, out), end) << line;
+    EXPECT_STREQ(out.chars(), text) << line;
+  }
 }
 
 // A whole session: the listing, each message into its own file with its
