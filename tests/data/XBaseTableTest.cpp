@@ -2,6 +2,7 @@
 #include <stdlib.h>
 #include <time.h>
 
+#include "tests/core/ScopedTimeZone.h"
 #include "tests/data/TableFixture.h"
 
 namespace {
@@ -461,18 +462,9 @@ TEST_F(XBaseTableTest, ZeroLengthFieldIsAccepted) {
 TEST_F(XBaseTableTest, HeaderDateIsTheUTCDate) {
   // A zone fourteen hours ahead puts the local date a day after the UTC
   // date for most of the day.
-  const char* old = getenv("TZ");
-  std::string saved = old ? old : "";
-  setenv("TZ", "XYZ-14", 1);
-  tzset();
+  ScopedTimeZone ahead("XYZ-14");
   std::unique_ptr<XBaseTable> t = Stock();
-  std::string date = Read("stock.dbf").substr(1, 3);
-  if (old)
-    setenv("TZ", saved.c_str(), 1);
-  else
-    unsetenv("TZ");
-  tzset();
-  EXPECT_EQ(date, Today());
+  EXPECT_EQ(Read("stock.dbf").substr(1, 3), Today());
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "script/Builtins.h"
+#include "tests/core/ScopedTimeZone.h"
 #include "tests/host/TestHost.h"
 #include "tests/script/BuiltinCall.h"
 #include "tests/script/RunScript.h"
@@ -124,21 +125,8 @@ TEST_F(BuiltinsTest, RandomStaysWithinItsBounds) {
 
 class TimeZoneTest : public BuiltinsTest {
  protected:
-  void SetUp() override {
-    const char* tz = getenv("TZ");
-    saved_ = tz ? tz : "";
-    had_ = tz != nullptr;
-  }
-  void TearDown() override {
-    had_ ? setenv("TZ", saved_.c_str(), 1) : unsetenv("TZ");
-    tzset();
-  }
-  void Zone(const char* tz) {
-    setenv("TZ", tz, 1);
-    tzset();
-  }
-  std::string saved_;
-  bool had_ = false;
+  void Zone(const char* tz) { zone_.Set(tz); }
+  ScopedTimeZone zone_{"UTC"};
 };
 
 TEST_F(TimeZoneTest, MktimeReadsUTCWhateverTheHostZone) {
