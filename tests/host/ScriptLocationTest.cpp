@@ -80,8 +80,6 @@ TEST_F(ScriptLocationTest, ScriptIsNamedByPathInfoThenArgumentThenQueryString) {
   EXPECT_STREQ(name_.chars(), "u.sn");
   ASSERT_EQ(Run(nullptr, "u.sn+t.sn"), 3) << body_;
   EXPECT_STREQ(name_.chars(), "u.sn");
-  EXPECT_EQ(Run(nullptr, "a=1&b=2"), 1);
-  EXPECT_EQ(body_, "Unable to open a=1&b=2");
 }
 
 TEST_F(ScriptLocationTest, DirectoryRunsTheDefaultDocumentUnderItsOwnName) {
