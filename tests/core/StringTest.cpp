@@ -37,23 +37,6 @@ TEST(String, SearchEdges) {
   EXPECT_EQ(String("aaa").freq("aa"), 2);
 }
 
-TEST(String, GrowsInQuantumSteps) {
-  String s;
-  EXPECT_EQ(s.capacity(), 0);
-  EXPECT_STREQ(s, "");
-  s.cat('x');
-  EXPECT_EQ(s.capacity(), 24);
-  for (int i = 1; i < 23; i++) s.cat('x');
-  EXPECT_EQ(s.capacity(), 24);
-  s.cat('y');
-  EXPECT_EQ(s.capacity(), 48);
-  String t("0123456789012345678901234567890");
-  EXPECT_EQ(t.capacity(), 48);
-  t.cat("0123456789012345678", -1);
-  EXPECT_EQ(t.length(), 50);
-  EXPECT_EQ(t.capacity(), 72);
-}
-
 TEST(String, AssignReusesStorageAndHandlesItsOwnText) {
   String s("0123456789");
   s = String("abc");

@@ -5,6 +5,7 @@
 #include <random>
 
 #include "tests/data/IndexFixture.h"
+#include "tests/host/LockHolder.h"
 
 class LMTIndexRandomTest : public IndexFixture {};
 
@@ -100,23 +101,8 @@ TEST_F(LMTIndexRandomTest, ConcurrentWritersTakeTurns) {
 TEST_F(LMTIndexRandomTest, ReadersWaitForAWriter) {
   Create();
   Insert(1, "a");
-  int ready[2];
-  ASSERT_EQ(pipe(ready), 0);
-  pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    int fd = open(Path().c_str(), O_RDWR);
-    struct flock hold = {};
-    hold.l_type = F_WRLCK;
-    hold.l_whence = SEEK_SET;
-    hold.l_len = LMTIndexFile::kHeaderSize;
-    if (fd < 0 || fcntl(fd, F_SETLKW, &hold) != 0) _exit(1);
-    if (write(ready[1], "x", 1) != 1) _exit(1);
-    usleep(500 * 1000);
-    _exit(0);
-  }
-  char c;
-  ASSERT_EQ(read(ready[0], &c, 1), 1);
+  LockHolder writer(Path(), 0, LMTIndexFile::kHeaderSize, 500);
+  ASSERT_TRUE(writer.held());
   auto start = std::chrono::steady_clock::now();
   long recno = 0;
   EXPECT_EQ(index_._Find("a", 1, &recno, 1), 1);
@@ -126,7 +112,4 @@ TEST_F(LMTIndexRandomTest, ReadersWaitForAWriter) {
   start = std::chrono::steady_clock::now();
   EXPECT_EQ(index_._Find("a", 1, &recno, 0), 1);
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(300));
-  waitpid(child, nullptr, 0);
-  close(ready[0]);
-  close(ready[1]);
 }

@@ -3,7 +3,6 @@
 #ifndef SORN_TESTS_DATA_TABLEFIXTURE_H
 #define SORN_TESTS_DATA_TABLEFIXTURE_H
 
-#include <ftw.h>
 #include <gtest/gtest.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -17,8 +16,9 @@
 #include "core/FileManager.h"
 #include "data/XBaseTable.h"
 #include "host/CGISorn.h"
+#include "tests/host/ScratchDir.h"
 
-class TableFixture : public ::testing::Test {
+class TableFixture : public ::testing::Test, protected ScratchDir {
  protected:
   struct Spec {
     const char* name;
@@ -26,17 +26,6 @@ class TableFixture : public ::testing::Test {
     int length;
     int decimals;
   };
-
-  void SetUp() override {
-    char pattern[] = "/tmp/sorn-table-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    root_ = pattern;
-  }
-  void TearDown() override { nftw(root_.c_str(), Remove, 16, FTW_DEPTH | FTW_PHYS); }
-
-  static int Remove(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
-
-  std::string P(const std::string& rel) const { return root_ + "/" + rel; }
 
   std::unique_ptr<XBaseTable> NewTable() { return std::unique_ptr<XBaseTable>(new XBaseTable(&sorn_)); }
 
@@ -74,20 +63,6 @@ class TableFixture : public ::testing::Test {
     return d ? d : "<null>";
   }
 
-  std::string Bytes(const std::string& rel) const {
-    std::string text;
-    FILE* f = fopen(P(rel).c_str(), "rb");
-    if (f == nullptr) return "<missing>";
-    for (int c; (c = fgetc(f)) != EOF;) text.push_back((char)c);
-    fclose(f);
-    return text;
-  }
-
-  void WriteBytes(const std::string& rel, const std::string& bytes) const {
-    FILE* f = fopen(P(rel).c_str(), "wb");
-    fwrite(bytes.data(), 1, bytes.size(), f);
-    fclose(f);
-  }
 
   // Hexadecimal bytes with any white space between them.
   static std::string Hex(const char* text) {
@@ -126,7 +101,6 @@ class TableFixture : public ::testing::Test {
     return d;
   }
 
-  std::string root_;
   CGISorn sorn_{0, nullptr};
 };
 

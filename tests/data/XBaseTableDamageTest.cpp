@@ -19,8 +19,8 @@ class XBaseTableDamageTest : public TableFixture {
     Add(t.get(), {{"NAME", "ant"}, {"QTY", "1.00"}, {"BORN", "20200101"}, {"OK", "T"}, {"BODY", "short"}});
     Add(t.get(), {{"NAME", "bee"}, {"QTY", "2.50"}, {"BODY", std::string(700, 'x')}});
     Add(t.get(), {{"NAME", "cat"}, {"BODY", ""}});
-    dbf_ = Bytes("s.dbf");
-    dbt_ = Bytes("s.dbt");
+    dbf_ = Read("s.dbf");
+    dbt_ = Read("s.dbt");
   }
 
   // Opens s.dbf and reads every record and memo it claims (the first
@@ -53,7 +53,7 @@ TEST_F(XBaseTableDamageTest, EveryTruncationOfTheTableFailsCleanly) {
   int headerlength = 32 + 5 * 32 + 1;
   int recordlength = 1 + 6 + 5 + 8 + 1 + 10;
   for (size_t n = 0; n <= dbf_.size(); n += (n < 40 || n + 40 > dbf_.size()) ? 1 : 7) {
-    WriteBytes("s.dbf", dbf_.substr(0, n));
+    Write("s.dbf", dbf_.substr(0, n));
     std::string error = ReadAll();
     // Whole records read; the first one cut short is a read error.
     bool complete = n >= (size_t)(headerlength + 3 * recordlength);
@@ -71,7 +71,7 @@ TEST_F(XBaseTableDamageTest, EveryTruncationOfTheMemoFileReadsAPrefixOrFails) {
   for (size_t n = 0; n <= dbt_.size(); n++)
     if (n < 8 || n % 97 == 0 || n % 512 < 3 || n % 512 > 509 || n + 3 > dbt_.size()) lengths.push_back(n);
   for (size_t n : lengths) {
-    WriteBytes("s.dbt", dbt_.substr(0, n));
+    Write("s.dbt", dbt_.substr(0, n));
     std::unique_ptr<XBaseTable> t = NewTable();
     int opened = t->Open(String(P("s.dbf").c_str()), "s.dbf", 3);
     if (n < 4) {
@@ -103,7 +103,7 @@ TEST_F(XBaseTableDamageTest, FlippedHeaderAndDescriptorBytesNeverCrash) {
     for (unsigned char v : values) {
       std::string damaged = dbf_;
       damaged[at] = (char)v;
-      WriteBytes("s.dbf", damaged);
+      Write("s.dbf", damaged);
       std::string error = ReadAll();
       EXPECT_TRUE(Known(error) || error == "<silent>") << at << "=" << (int)v << ": " << error;
       if (!error.empty()) failures++;
@@ -117,7 +117,7 @@ TEST_F(XBaseTableDamageTest, FlippedHeaderAndDescriptorBytesNeverCrash) {
 TEST_F(XBaseTableDamageTest, RecordLengthShorterThanTheFieldsReadsBlanksBeyondIt) {
   // Fields of 4 + 4 bytes in records of 1 + 4: the second field lies past
   // the record.
-  WriteBytes("s.dbf", Header(0x03, 2, 97, 5) + Descriptor("A", 'C', 4) + Descriptor("B", 'C', 4) + "\r" +
+  Write("s.dbf", Header(0x03, 2, 97, 5) + Descriptor("A", 'C', 4) + Descriptor("B", 'C', 4) + "\r" +
                           " abcd" + " efgh" + "\x1a");
   std::unique_ptr<XBaseTable> t = Open("s.dbf");
   ASSERT_EQ(t->Goto(2), 1);
@@ -126,16 +126,16 @@ TEST_F(XBaseTableDamageTest, RecordLengthShorterThanTheFieldsReadsBlanksBeyondIt
   // Writing back writes the header's record length, not the fields'.
   t->Field("B")->Set("zzzz", -1);
   ASSERT_EQ(t->Update(), 1);
-  EXPECT_EQ(Bytes("s.dbf").substr(97), " abcd efgh\x1a");
+  EXPECT_EQ(Read("s.dbf").substr(97), " abcd efgh\x1a");
   ASSERT_EQ(t->Append(), 1);
-  EXPECT_EQ(Bytes("s.dbf").substr(97), " abcd efgh efgh\x1a");
+  EXPECT_EQ(Read("s.dbf").substr(97), " abcd efgh efgh\x1a");
 }
 
 TEST_F(XBaseTableDamageTest, OddHeaderLengthsGiveNoFieldsOrTruncatedCounts) {
   // Header lengths below 33 hold no descriptor; records start where the
   // header length says, even inside the fixed header.
   for (int headerlength : {0, 1, 20, 32, 33, 64}) {
-    WriteBytes("s.dbf", Header(0x03, 1, headerlength, 2) + Descriptor("A", 'C', 1) + " a\x1a");
+    Write("s.dbf", Header(0x03, 1, headerlength, 2) + Descriptor("A", 'C', 1) + " a\x1a");
     std::unique_ptr<XBaseTable> t = NewTable();
     ASSERT_EQ(t->Open(String(P("s.dbf").c_str()), "s.dbf", 3), 1) << headerlength << t->error().chars();
     EXPECT_EQ(t->fields()->Entries(), 0) << headerlength;
@@ -144,7 +144,7 @@ TEST_F(XBaseTableDamageTest, OddHeaderLengthsGiveNoFieldsOrTruncatedCounts) {
   // 65 bytes hold one descriptor, 96 still one, 97 two.
   std::string two = Descriptor("A", 'C', 1) + Descriptor("B", 'C', 1);
   for (int headerlength : {65, 96, 97}) {
-    WriteBytes("s.dbf", Header(0x03, 0, headerlength, 3) + two + std::string(40, '\r'));
+    Write("s.dbf", Header(0x03, 0, headerlength, 3) + two + std::string(40, '\r'));
     std::unique_ptr<XBaseTable> t = Open("s.dbf");
     EXPECT_EQ(t->fields()->Entries(), headerlength == 97 ? 2 : 1) << headerlength;
   }
@@ -154,7 +154,7 @@ TEST_F(XBaseTableDamageTest, RecordCountBeyondTheFile) {
   MakeSample();
   std::string damaged = dbf_;
   damaged[4] = 9;
-  WriteBytes("s.dbf", damaged);
+  Write("s.dbf", damaged);
   std::unique_ptr<XBaseTable> t = Open("s.dbf");
   EXPECT_EQ(t->Goto(3), 1);
   EXPECT_EQ(t->Goto(4), 0);
@@ -162,10 +162,10 @@ TEST_F(XBaseTableDamageTest, RecordCountBeyondTheFile) {
   // Appending behind records that are not there would leave a hole.
   EXPECT_EQ(t->Append(), 0);
   EXPECT_EQ(t->error(), "Error writing to 's.dbf': Record count disagrees with the file size");
-  EXPECT_EQ(Bytes("s.dbf"), damaged);
+  EXPECT_EQ(Read("s.dbf"), damaged);
   // The largest count: no record can be added behind it.
   damaged[4] = damaged[5] = damaged[6] = damaged[7] = (char)0xFF;
-  WriteBytes("s.dbf", damaged);
+  Write("s.dbf", damaged);
   std::unique_ptr<XBaseTable> full = Open("s.dbf");
   EXPECT_EQ(full->recordcount(), 0xFFFFFFFFul);
   EXPECT_EQ(full->Goto(0x7FFFFFFF), 0);
@@ -184,9 +184,9 @@ TEST_F(XBaseTableDamageTest, MemoBlockNumbersOutOfRange) {
   // A memo field of 40 bytes with numbers far past the file, and a negative
   // one, which no file position can hold.
   std::string head = Header(0x83, 3, 65, 41) + Descriptor("BODY", 'M', 40) + "\r";
-  WriteBytes("s.dbf", head + " " + std::string(39, ' ') + "9" + " " + std::string(40, '9') + " " +
+  Write("s.dbf", head + " " + std::string(39, ' ') + "9" + " " + std::string(40, '9') + " " +
                           std::string(38, ' ') + "-3" + "\x1a");
-  WriteBytes("s.dbt", Hex("02 00 00 00") + std::string(508, '\0') + "text\x1a\x1a");
+  Write("s.dbt", Hex("02 00 00 00") + std::string(508, '\0') + "text\x1a\x1a");
   std::unique_ptr<XBaseTable> t = Open("s.dbf");
   ASSERT_EQ(t->Goto(1), 1);
   EXPECT_EQ(Data(t.get(), "BODY"), "");
@@ -201,13 +201,13 @@ TEST_F(XBaseTableDamageTest, NextFreeMemoBlockFarPastTheFileIsRefused) {
   MakeSample();
   std::string damaged = dbt_;
   damaged[3] = 0x40;
-  WriteBytes("s.dbt", damaged);
+  Write("s.dbt", damaged);
   std::unique_ptr<XBaseTable> t = Open("s.dbf");
   ASSERT_EQ(t->Goto(1), 1);
   t->Field("BODY")->Set("new", -1);
   EXPECT_EQ(t->WriteMemoBlock("new"), -1);
   EXPECT_EQ(t->error(), "Error writing to 's.dbt': Next free block lies beyond the end of the file");
-  EXPECT_EQ(Bytes("s.dbt"), damaged);
+  EXPECT_EQ(Read("s.dbt"), damaged);
   // The record is still written, its memo reference left as it was.
   ASSERT_EQ(t->Update(), 1);
   ASSERT_EQ(t->Goto(1), 1);
@@ -220,7 +220,7 @@ TEST_F(XBaseTableDamageTest, MemoWithoutEndMarkRunsToTheEndOfTheFile) {
   // the gap into the next block, and the text ends at the first NUL.
   std::string damaged = dbt_;
   damaged[512 + 5] = damaged[512 + 6] = 'y';
-  WriteBytes("s.dbt", damaged);
+  Write("s.dbt", damaged);
   std::unique_ptr<XBaseTable> t = Open("s.dbf");
   ASSERT_EQ(t->Goto(1), 1);
   EXPECT_EQ(Data(t.get(), "BODY"), "shortyy");

@@ -1,12 +1,12 @@
 // Several processes on one table: the record locks make a reader wait for
 // a writer, and the header lock serialises appenders.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "tests/data/TableFixture.h"
+#include "tests/host/LockHolder.h"
 
 namespace {
 
@@ -26,25 +26,9 @@ TEST_F(XBaseTableLockTest, GotoWaitsForAWriterOfTheRecord) {
     Add(t.get(), {{"NAME", "two"}});
   }
   std::unique_ptr<XBaseTable> t = Open("w.dbf");
-  int ready[2];
-  ASSERT_EQ(pipe(ready), 0);
-  pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    // Another process holds record 2 (offset 65 + 9, 9 bytes) for writing.
-    int fd = open(P("w.dbf").c_str(), O_RDWR);
-    struct flock lock = {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    lock.l_start = 65 + 9;
-    lock.l_len = 9;
-    fcntl(fd, F_SETLKW, &lock);
-    if (write(ready[1], "x", 1) != 1) _exit(1);
-    usleep(400 * 1000);
-    _exit(0);
-  }
-  char c;
-  ASSERT_EQ(read(ready[0], &c, 1), 1);
+  // Another process holds record 2 (offset 65 + 9, 9 bytes) for writing.
+  LockHolder writer(P("w.dbf"), 65 + 9, 9, 400);
+  ASSERT_TRUE(writer.held());
   // Record 1 is free at once; record 2 only when the writer lets go.
   long start = Milliseconds();
   ASSERT_EQ(t->Goto(1), 1);
@@ -52,10 +36,6 @@ TEST_F(XBaseTableLockTest, GotoWaitsForAWriterOfTheRecord) {
   ASSERT_EQ(t->Goto(2), 1);
   EXPECT_GE(Milliseconds() - start, 300);
   EXPECT_EQ(Data(t.get(), "NAME"), "two");
-  int status;
-  waitpid(child, &status, 0);
-  close(ready[0]);
-  close(ready[1]);
 }
 
 TEST_F(XBaseTableLockTest, ConcurrentAppendersLoseNoRecord) {
@@ -84,7 +64,7 @@ TEST_F(XBaseTableLockTest, ConcurrentAppendersLoseNoRecord) {
   }
   std::unique_ptr<XBaseTable> t = Open("a.dbf");
   ASSERT_EQ(t->recordcount(), (unsigned long)(kProcesses * kRecords));
-  EXPECT_EQ(Bytes("a.dbf").size(), 97u + 13u * kProcesses * kRecords + 1u);
+  EXPECT_EQ(Read("a.dbf").size(), 97u + 13u * kProcesses * kRecords + 1u);
   // Each process's records are all there, in its own order.
   int next[kProcesses] = {};
   for (long r = 1; r <= kProcesses * kRecords; r++) {

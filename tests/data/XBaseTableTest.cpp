@@ -2,6 +2,7 @@
 #include <stdlib.h>
 #include <time.h>
 
+#include "tests/core/ScopedTimeZone.h"
 #include "tests/data/TableFixture.h"
 
 namespace {
@@ -47,13 +48,13 @@ const char kItemsHeader[] =
 
 TEST_F(XBaseTableTest, CreateWritesHeaderDescriptorsAndEndMark) {
   std::unique_ptr<XBaseTable> t = Items();
-  std::string bytes = Bytes("items.dbf");
+  std::string bytes = Read("items.dbf");
   ASSERT_EQ(bytes.size(), 194u);
   EXPECT_EQ(bytes[0], 0x03);
   EXPECT_EQ(bytes.substr(1, 3), Today());
   EXPECT_EQ(bytes.substr(4, 189), Hex(kItemsHeader));
   EXPECT_EQ(bytes[193], 0x1a);
-  EXPECT_EQ(Bytes("items.dbt"), "<missing>");
+  EXPECT_EQ(Read("items.dbt"), "<missing>");
   // An empty table: no current record, and Goto(1) fails without a word.
   EXPECT_EQ(t->recordcount(), 0u);
   EXPECT_EQ(t->recno(), 0);
@@ -80,7 +81,7 @@ TEST_F(XBaseTableTest, AppendLaysOutRecordsAndMovesEndMark) {
       {{"NAME", "Desk chair"}, {"QTY", "120"}, {"PRICE", "-3.00"}, {"BORN", "19991231"}, {"OK", "F"}});
   EXPECT_EQ(t->recno(), 2);
   EXPECT_EQ(t->recordcount(), 2u);
-  std::string bytes = Bytes("items.dbf");
+  std::string bytes = Read("items.dbf");
   ASSERT_EQ(bytes.size(), 256u);
   EXPECT_EQ(bytes.substr(4, 8), Hex("02 00 00 00 c1 00 1f 00"));
   EXPECT_EQ(bytes.substr(193), std::string(" Lamp        7   12.5020240301T"
@@ -122,7 +123,7 @@ TEST_F(XBaseTableTest, FieldValuesAreCutAndTrimmedByType) {
   EXPECT_EQ(Data(t.get(), "N"), "");
   EXPECT_EQ(Data(t.get(), "D"), "        ");
   EXPECT_EQ(Data(t.get(), "B"), " ");
-  EXPECT_EQ(Bytes("codes.dbf").substr(193), std::string(" ABCDE") + "ab    " + "    " + "        " + " " +
+  EXPECT_EQ(Read("codes.dbf").substr(193), std::string(" ABCDE") + "ab    " + "    " + "        " + " " +
                                                 " " + "  x  " + "      " + "    " + "        " + " " +
                                                 "\x1a");
 }
@@ -130,7 +131,7 @@ TEST_F(XBaseTableTest, FieldValuesAreCutAndTrimmedByType) {
 TEST_F(XBaseTableTest, CreateWithMemoMakesFreshMemoFile) {
   std::unique_ptr<XBaseTable> t =
       Create("notes.dbf", {{"TITLE", XBaseCHAR, 8, 0}, {"BODY", XBaseMEMO, 10, 0}});
-  std::string bytes = Bytes("notes.dbf");
+  std::string bytes = Read("notes.dbf");
   EXPECT_EQ((unsigned char)bytes[0], 0x83);
   EXPECT_EQ(bytes.substr(4), Hex("00 00 00 00 61 00 13 00 00 00 00 00 00 00 00 00"
                                  "00 00 00 00 00 00 00 00 00 00 00 00 54 49 54 4c"
@@ -138,7 +139,7 @@ TEST_F(XBaseTableTest, CreateWithMemoMakesFreshMemoFile) {
                                  "00 00 00 00 00 00 00 00 00 00 00 00 42 4f 44 59"
                                  "00 00 00 00 00 00 00 4d 00 00 00 00 0a 00 00 00"
                                  "00 00 00 00 00 00 00 00 00 00 00 00 0d 1a"));
-  std::string memo = Bytes("notes.dbt");
+  std::string memo = Read("notes.dbt");
   EXPECT_EQ(memo, Hex("01 00 00 00") + std::string(508, '\0') + "\x1a");
   EXPECT_EQ(t->memodisplayname(), "notes.dbt");
 }
@@ -150,9 +151,9 @@ TEST_F(XBaseTableTest, MemoTextsStartAtBlockBoundaries) {
   Add(t.get(), {{"TITLE", "two"}, {"BODY", "second text"}});
   // An empty text takes no block and leaves ten blanks.
   Add(t.get(), {{"TITLE", "three"}, {"BODY", ""}});
-  EXPECT_EQ(Bytes("notes.dbf").substr(97), std::string(" one     ") + "         1" + " two     " +
+  EXPECT_EQ(Read("notes.dbf").substr(97), std::string(" one     ") + "         1" + " two     " +
                                                "         2" + " three   " + "          " + "\x1a");
-  std::string memo = Bytes("notes.dbt");
+  std::string memo = Read("notes.dbt");
   ASSERT_EQ(memo.size(), 1037u);
   EXPECT_EQ(memo.substr(0, 4), Hex("03 00 00 00"));
   EXPECT_EQ(memo.substr(512, 512), "hello\x1a\x1a" + std::string(505, '\0'));
@@ -173,8 +174,8 @@ TEST_F(XBaseTableTest, MemoOf510BytesFillsOneBlockAnd511Two) {
   Add(t.get(), {{"BODY", a}});
   Add(t.get(), {{"BODY", b}});
   Add(t.get(), {{"BODY", "c"}});
-  EXPECT_EQ(Bytes("m.dbf").substr(65), "          1          2          4\x1a");
-  std::string memo = Bytes("m.dbt");
+  EXPECT_EQ(Read("m.dbf").substr(65), "          1          2          4\x1a");
+  std::string memo = Read("m.dbt");
   ASSERT_EQ(memo.size(), 2051u);
   EXPECT_EQ(memo.substr(0, 4), Hex("05 00 00 00"));
   EXPECT_EQ(memo.substr(1020, 6), Hex("61 61 1a 1a 62 62"));
@@ -195,8 +196,8 @@ TEST_F(XBaseTableTest, UpdatedMemoGoesToNewBlockAndEmptyTextToBlanks) {
   Add(t.get(), {{"BODY", "other"}});
   t->Field("BODY")->Set("", 0);
   ASSERT_EQ(t->Update(), 1);
-  EXPECT_EQ(Bytes("n.dbf").substr(65), std::string("          2") + "           " + "\x1a");
-  std::string memo = Bytes("n.dbt");
+  EXPECT_EQ(Read("n.dbf").substr(65), std::string("          2") + "           " + "\x1a");
+  std::string memo = Read("n.dbt");
   ASSERT_EQ(memo.size(), 1543u);
   EXPECT_EQ(memo.substr(0, 4), Hex("04 00 00 00"));
   EXPECT_EQ(memo.substr(512, 15), "first version\x1a\x1a");
@@ -214,7 +215,7 @@ TEST_F(XBaseTableTest, DirtyMemoIsStoredAgainByEachUpdateUntilRead) {
   ASSERT_EQ(t->Update(), 1);
   ASSERT_EQ(t->Update(), 1);
   EXPECT_EQ(t->nextfreeblock(), 4);
-  EXPECT_EQ(Bytes("n.dbf").substr(65), "          3\x1a");
+  EXPECT_EQ(Read("n.dbf").substr(65), "          3\x1a");
   // After a read the block number is written back as it stands.
   ASSERT_EQ(t->Goto(1), 1);
   ASSERT_EQ(t->Update(), 1);
@@ -226,17 +227,17 @@ TEST_F(XBaseTableTest, DirtyMemoIsStoredAgainByEachUpdateUntilRead) {
   ASSERT_EQ(t->Update(), 1);
   ASSERT_EQ(t->Goto(1), 1);
   EXPECT_EQ(Data(t.get(), "BODY"), "cut");
-  EXPECT_EQ(Bytes("n.dbt").substr(2048, 4), "ab\x1a\x1a");
+  EXPECT_EQ(Read("n.dbt").substr(2048, 4), "ab\x1a\x1a");
 }
 
 TEST_F(XBaseTableTest, DeleteAndUndeleteWriteOnlyTheFlagAndStampTheDate) {
   std::unique_ptr<XBaseTable> t = Stock();
   // A stale date shows that the flag writes stamp the header again.
-  std::string bytes = Bytes("stock.dbf");
+  std::string bytes = Read("stock.dbf");
   bytes[1] = bytes[2] = bytes[3] = 0;
-  WriteBytes("stock.dbf", bytes);
+  Write("stock.dbf", bytes);
   ASSERT_EQ(t->Goto(2), 1);
-  EXPECT_EQ(Bytes("stock.dbf").substr(1, 3), std::string(3, '\0'));
+  EXPECT_EQ(Read("stock.dbf").substr(1, 3), std::string(3, '\0'));
   t->Field("NAME")->Set("zzz", -1);
   ASSERT_EQ(t->UpdateDeleted(1), 1);
   EXPECT_EQ(t->deleted(), 1);
@@ -245,7 +246,7 @@ TEST_F(XBaseTableTest, DeleteAndUndeleteWriteOnlyTheFlagAndStampTheDate) {
   ASSERT_EQ(t->UpdateDeleted(1), 1);
   ASSERT_EQ(t->UpdateDeleted(0), 1);
   EXPECT_EQ(t->deleted(), 0);
-  bytes = Bytes("stock.dbf");
+  bytes = Read("stock.dbf");
   EXPECT_EQ(bytes.substr(1, 3), Today());
   EXPECT_EQ(bytes.substr(4, 4), Hex("03 00 00 00"));
   EXPECT_EQ(bytes.substr(97), " ant     1*bee     2 cat     3\x1a");
@@ -267,14 +268,14 @@ TEST_F(XBaseTableTest, UpdateRewritesTheCurrentRecordOnly) {
   t->Field("NAME")->Set("zzz", -1);
   ASSERT_EQ(t->Goto(3), 1);
   ASSERT_EQ(t->Update(), 1);
-  std::string bytes = Bytes("stock.dbf");
+  std::string bytes = Read("stock.dbf");
   EXPECT_EQ(bytes.substr(4, 4), Hex("03 00 00 00"));
   EXPECT_EQ(bytes.substr(97), " ant     1 bumble 20 cat     3\x1a");
   // No current record: nothing to update, and nothing is written.
   std::unique_ptr<XBaseTable> fresh = Open("stock.dbf");
   EXPECT_EQ(fresh->Update(), 0);
   EXPECT_EQ(fresh->UpdateDeleted(1), 0);
-  EXPECT_EQ(Bytes("stock.dbf"), bytes);
+  EXPECT_EQ(Read("stock.dbf"), bytes);
 }
 
 TEST_F(XBaseTableTest, SwapOriginalShowsTheRecordAsOnDisk) {
@@ -318,7 +319,7 @@ TEST_F(XBaseTableTest, ReadsTableWrittenElsewhere) {
                      "19991231"
                      "?"
                      "\x1a";
-  WriteBytes("people.dbf", file);
+  Write("people.dbf", file);
   std::unique_ptr<XBaseTable> t = Open("people.dbf");
   EXPECT_EQ(t->recordcount(), 4u);
   EXPECT_EQ(t->year(), 99);
@@ -352,7 +353,7 @@ TEST_F(XBaseTableTest, ReaderTrustsOnlyWhatItNeeds) {
   std::string a = Descriptor("WORD", 'C', 4), b = Descriptor("NUM", 'N', 3);
   a.replace(12, 4, "JUNK");
   b.replace(18, 14, "fourteen bytes");
-  WriteBytes("loose.dbf", head + a + b + "Z" + "surplus header bytes" + " abcd 12##*xy    5##\x1a");
+  Write("loose.dbf", head + a + b + "Z" + "surplus header bytes" + " abcd 12##*xy    5##\x1a");
   std::unique_ptr<XBaseTable> t = Open("loose.dbf");
   ASSERT_EQ(t->fields()->Entries(), 2);
   ASSERT_EQ(t->Goto(1), 1);
@@ -363,33 +364,32 @@ TEST_F(XBaseTableTest, ReaderTrustsOnlyWhatItNeeds) {
 }
 
 TEST_F(XBaseTableTest, OpenFailuresNameTheFileAsDisplayed) {
+  const struct {
+    const char* name;
+    std::string bytes;  // none: the file is missing
+    const char* error;
+  } cases[] = {
+      {"nosuch.dbf", "", "Error opening 'nosuch.dbf': No such file or directory"},
+      {"badver.dbf", Header(0x30, 1, 65, 4) + Descriptor("ID", 'C', 3) + "\r abc\x1a",
+       "'badver.dbf': Unsupported xBase file version (0x30)"},
+      {"badtype.dbf", Header(0x03, 0, 97, 12) + Descriptor("ID", 'C', 3) + Descriptor("PAY", 'F', 8) + "\r\x1a",
+       "'badtype.dbf' contains an unsupported field of type 'F'"},
+      // Marked as having a memo, so its memo file must be there.
+      {"nomemo.dbf", Header(0x83, 1, 65, 4) + Descriptor("ID", 'C', 3) + "\r abc\x1a",
+       "Error opening 'nomemo.dbt': No such file or directory"},
+      // The header promises three descriptors; the file ends after one.
+      {"short.dbf", Header(0x03, 0, 129, 10) + Descriptor("A", 'C', 9).substr(0, 30),
+       "Error reading from 'short.dbf': Unexpected end of file"},
+      // A MEMO field in a file marked 0x03 still opens the memo file.
+      {"memo03.dbf", Header(0x03, 0, 65, 11) + Descriptor("B", 'M', 10) + "\r\x1a",
+       "Error opening 'memo03.dbt': No such file or directory"},
+  };
   std::unique_ptr<XBaseTable> t = NewTable();
-  EXPECT_EQ(t->Open(String(P("nosuch.dbf").c_str()), "nosuch.dbf", 3), 0);
-  EXPECT_EQ(t->error(), "Error opening 'nosuch.dbf': No such file or directory");
-
-  WriteBytes("badver.dbf", Header(0x30, 1, 65, 4) + Descriptor("ID", 'C', 3) + "\r abc\x1a");
-  EXPECT_EQ(t->Open(String(P("badver.dbf").c_str()), "badver.dbf", 3), 0);
-  EXPECT_EQ(t->error(), "'badver.dbf': Unsupported xBase file version (0x30)");
-
-  WriteBytes("badtype.dbf",
-             Header(0x03, 0, 97, 12) + Descriptor("ID", 'C', 3) + Descriptor("PAY", 'F', 8) + "\r\x1a");
-  EXPECT_EQ(t->Open(String(P("badtype.dbf").c_str()), "badtype.dbf", 3), 0);
-  EXPECT_EQ(t->error(), "'badtype.dbf' contains an unsupported field of type 'F'");
-
-  // Marked as having a memo, so its memo file must be there.
-  WriteBytes("nomemo.dbf", Header(0x83, 1, 65, 4) + Descriptor("ID", 'C', 3) + "\r abc\x1a");
-  EXPECT_EQ(t->Open(String(P("nomemo.dbf").c_str()), "nomemo.dbf", 3), 0);
-  EXPECT_EQ(t->error(), "Error opening 'nomemo.dbt': No such file or directory");
-
-  // The header promises three descriptors; the file ends after one.
-  WriteBytes("short.dbf", Header(0x03, 0, 129, 10) + Descriptor("A", 'C', 9).substr(0, 30));
-  EXPECT_EQ(t->Open(String(P("short.dbf").c_str()), "short.dbf", 3), 0);
-  EXPECT_EQ(t->error(), "Error reading from 'short.dbf': Unexpected end of file");
-
-  // A MEMO field in a file marked 0x03 still opens the memo file.
-  WriteBytes("memo03.dbf", Header(0x03, 0, 65, 11) + Descriptor("B", 'M', 10) + "\r\x1a");
-  EXPECT_EQ(t->Open(String(P("memo03.dbf").c_str()), "memo03.dbf", 3), 0);
-  EXPECT_EQ(t->error(), "Error opening 'memo03.dbt': No such file or directory");
+  for (const auto& c : cases) {
+    if (!c.bytes.empty()) Write(c.name, c.bytes);
+    EXPECT_EQ(t->Open(String(P(c.name).c_str()), c.name, 3), 0) << c.name;
+    EXPECT_EQ(t->error(), c.error);
+  }
 }
 
 TEST_F(XBaseTableTest, CreateFailuresAndMissingFiles) {
@@ -414,7 +414,7 @@ TEST_F(XBaseTableTest, CreateFailuresAndMissingFiles) {
 TEST_F(XBaseTableTest, ReadsMemoWrittenElsewhere) {
   std::string head =
       Header(0x83, 5, 97, 17) + Descriptor("TITLE", 'C', 6) + Descriptor("BODY", 'M', 10) + "\r";
-  WriteBytes("memos.dbf", head +
+  Write("memos.dbf", head +
                               " first          1"
                               " lead0 0000000003"
                               " blank           "
@@ -423,9 +423,9 @@ TEST_F(XBaseTableTest, ReadsMemoWrittenElsewhere) {
                               " far  9999999999"
                               "\x1a");
   // Patch the count to six records.
-  std::string dbf = Bytes("memos.dbf");
+  std::string dbf = Read("memos.dbf");
   dbf[4] = 6;
-  WriteBytes("memos.dbf", dbf);
+  Write("memos.dbf", dbf);
   std::string memo = Hex("05 00 00 00") + std::string("junk in the reserved bytes") + std::string(482, '#');
   std::string long_text;
   for (int i = 0; i < 60; i++) long_text += "abcdefghij";
@@ -434,7 +434,7 @@ TEST_F(XBaseTableTest, ReadsMemoWrittenElsewhere) {
   memo += "cut here\x1ahidden\x1a\x1a";
   memo.resize(2048, '\0');
   memo += "tail text";
-  WriteBytes("memos.dbt", memo);
+  Write("memos.dbt", memo);
 
   std::unique_ptr<XBaseTable> t = Open("memos.dbf");
   EXPECT_EQ(t->nextfreeblock(), 5);
@@ -447,7 +447,7 @@ TEST_F(XBaseTableTest, ReadsMemoWrittenElsewhere) {
 }
 
 TEST_F(XBaseTableTest, ZeroLengthFieldIsAccepted) {
-  WriteBytes("zero.dbf",
+  Write("zero.dbf",
              Header(0x03, 1, 97, 4) + Descriptor("NONE", 'C', 0) + Descriptor("ID", 'C', 3) + "\r abc\x1a");
   std::unique_ptr<XBaseTable> t = Open("zero.dbf");
   ASSERT_EQ(t->Goto(1), 1);
@@ -456,24 +456,15 @@ TEST_F(XBaseTableTest, ZeroLengthFieldIsAccepted) {
   t->Field("NONE")->Set("ignored", -1);
   t->Field("ID")->Set("xyz", -1);
   ASSERT_EQ(t->Update(), 1);
-  EXPECT_EQ(Bytes("zero.dbf").substr(97), " xyz\x1a");
+  EXPECT_EQ(Read("zero.dbf").substr(97), " xyz\x1a");
 }
 
 TEST_F(XBaseTableTest, HeaderDateIsTheUTCDate) {
   // A zone fourteen hours ahead puts the local date a day after the UTC
   // date for most of the day.
-  const char* old = getenv("TZ");
-  std::string saved = old ? old : "";
-  setenv("TZ", "XYZ-14", 1);
-  tzset();
+  ScopedTimeZone ahead("XYZ-14");
   std::unique_ptr<XBaseTable> t = Stock();
-  std::string date = Bytes("stock.dbf").substr(1, 3);
-  if (old)
-    setenv("TZ", saved.c_str(), 1);
-  else
-    unsetenv("TZ");
-  tzset();
-  EXPECT_EQ(date, Today());
+  EXPECT_EQ(Read("stock.dbf").substr(1, 3), Today());
 }
 
 }  // namespace

@@ -10,6 +10,8 @@
 #include <memory>
 #include <string>
 
+#include "tests/core/ScopedTimeZone.h"
+
 namespace {
 
 struct Field {
@@ -17,26 +19,6 @@ struct Field {
       : field(new XBaseField(nullptr, "F", type, length, decimals)) {}
   std::string data() const { return field->data(); }
   std::unique_ptr<XBaseField> field;
-};
-
-// Runs a test body in a fixed time zone and restores the process's own.
-struct Zone {
-  explicit Zone(const char* tz) {
-    const char* old = getenv("TZ");
-    had = old != nullptr;
-    if (had) saved = old;
-    setenv("TZ", tz, 1);
-    tzset();
-  }
-  ~Zone() {
-    if (had)
-      setenv("TZ", saved.c_str(), 1);
-    else
-      unsetenv("TZ");
-    tzset();
-  }
-  bool had;
-  std::string saved;
 };
 
 TEST(XBaseNumberVariable, IntegerAndFractionRules) {
@@ -101,7 +83,7 @@ TEST(XBaseBoolVariable, StoresByTruthReadsByLetter) {
 }
 
 TEST(XBaseDateVariables, PartsShareTheEightBytes) {
-  Zone utc("UTC");
+  ScopedTimeZone utc("UTC");
   Field f(XBaseDATE, 8);
   XBaseDateTimeTVariable t("F", f.field.get());
   XBaseDateYearVariable year("F_year", f.field.get());
@@ -139,7 +121,7 @@ TEST(XBaseDateVariables, BlankFieldKeepsBlanksAroundASetPart) {
 
 TEST(XBaseDateVariables, DatesFollowTheLocalZone) {
   {
-    Zone east("Asia/Tokyo");  // UTC+9, no daylight saving
+    ScopedTimeZone east("Asia/Tokyo");  // UTC+9, no daylight saving
     // 1 March 2024 00:30 local is still 29 February in UTC.
     EXPECT_STREQ(XBaseDateTimeTVariable::ToDate("1709220600"), "20240301");
     Field f(XBaseDATE, 8);
@@ -147,7 +129,7 @@ TEST(XBaseDateVariables, DatesFollowTheLocalZone) {
     XBaseDateTimeTVariable t("F", f.field.get());
     EXPECT_STREQ(t.value(), "1709218800");  // midnight of that day in Tokyo
   }
-  Zone utc("UTC");
+  ScopedTimeZone utc("UTC");
   EXPECT_STREQ(XBaseDateTimeTVariable::ToDate("-1"), "19700101");
   EXPECT_STREQ(XBaseDateTimeTVariable::ToDate(""), "19700101");
 }

@@ -1,28 +1,23 @@
 #include <fcntl.h>
-#include <ftw.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstring>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "core/Output.h"
 #include "ext/UNIXCommerceHandler.h"
 #include "ext/sorn_extension.h"
-#include "host/CGISorn.h"
+#include "tests/host/ConfiguredRequest.h"
 #include "script/MacroExpander.h"
 #include "script/ScriptParser.h"
 #include "script/Variables.h"
 #include "tests/host/TestPeer.h"
 
 namespace {
-
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
 
 std::string ToURL(const char* url, const std::vector<std::pair<const char*, const char*>>& entries) {
   SornList* list = sorn_variablelist_new();
@@ -88,67 +83,29 @@ TEST(ExtensionVariables, ListsAndTreesByNameWithoutCase) {
   EXPECT_EQ(sorn_alloc(-1), nullptr);
 }
 
-class SiteSorn : public CGISorn {
- public:
-  SiteSorn(int argc, char** argv) : CGISorn(argc, argv) {}
-  Output* output() override { return &out_; }
-  std::string text() {
-    out_.Flush();
-    return out_.string().chars();
-  }
-
- private:
-  StringOutput out_{64};
-};
-
 // A configured request with site/ as the script root and data/ as the
 // data directory, and a parser whose handle the functions get.
-class ExtensionTest : public ::testing::Test {
+class ExtensionTest : public ConfiguredRequest {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/sorn-ext-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    root_ = pattern;
-    mkdir(P("site").c_str(), 0700);
-    mkdir(P("data").c_str(), 0700);
-    mkdir(P("data/shop").c_str(), 0700);
+    MakeDir("site");
+    MakeDir("data");
+    MakeDir("data/shop");
     Write("site/t.sn", "");
   }
-  void TearDown() override {
-    parser_.reset();
-    expander_.reset();
-    sorn_.reset();
-    nftw(root_.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
-  }
-
-  void Start(const std::string& extra) {
-    Write("sorn.conf", "sornroot=" + P("site") + "\nstdmodedatadir=" + P("data") + "\n" + extra);
-    args_ = {P("sorn"), "t.sn"};
-    char* argv[] = {&args_[0][0], &args_[1][0], nullptr};
-    sorn_.reset(new SiteSorn(2, argv));
-    String path, name;
-    ASSERT_TRUE(sorn_->LoadConfiguration() && sorn_->CheckConfiguration() &&
-                sorn_->GetScriptInformation(path, name) && sorn_->ProcessConfiguration(path, name))
-        << sorn_->text();
+  void Start(const std::string& extra = "") {
+    ConfiguredRequest::Start("site", "data", std::vector<std::string>(extra.empty() ? 0 : 1, extra));
     expander_.reset(new MacroExpander(sorn_.get(), 8));
     parser_.reset(new ScriptParser(sorn_.get(), expander_.get()));
   }
   SornHandle* H() { return reinterpret_cast<SornHandle*>(parser_.get()); }
 
-  std::string P(const std::string& rel) const { return root_ + "/" + rel; }
-  void Write(const std::string& rel, const std::string& text) {
-    std::ofstream(P(rel), std::ios::binary) << text;
-  }
-
-  std::string root_;
-  std::vector<std::string> args_;
-  std::unique_ptr<SiteSorn> sorn_;
   std::unique_ptr<MacroExpander> expander_;
   std::unique_ptr<ScriptParser> parser_;
 };
 
 TEST_F(ExtensionTest, NamesPassTheScriptsContainmentRules) {
-  Start("commercedir=shop\n");
+  Start("commercedir=shop");
   EXPECT_EQ(sorn_file_open(H(), SORN_LOCATION_DATA, "../x", SORN_FILE_READ), nullptr);
   EXPECT_STREQ(sorn_file_error(H(), nullptr), "'../x' is not contained in the configured data directory");
   // Each refused name gives its function's own failure value, not "no".
@@ -165,7 +122,7 @@ TEST_F(ExtensionTest, NamesPassTheScriptsContainmentRules) {
 }
 
 TEST_F(ExtensionTest, LocationsAndCutPaths) {
-  Start("commercedir=shop/\n");
+  Start("commercedir=shop/");
   char buffer[200];
   // One separator between the directory and the name, whichever has it.
   ASSERT_EQ(sorn_file_resolve(H(), SORN_LOCATION_COMMERCE, "log.txt", buffer, sizeof buffer), 1);
@@ -199,7 +156,7 @@ TEST_F(ExtensionTest, LocationsAndCutPaths) {
 }
 
 TEST_F(ExtensionTest, ACommerceDirectoryOutsideTheDataDirectoryIsRefused) {
-  Start("commercedir=../site\n");
+  Start("commercedir=../site");
   char buffer[200];
   EXPECT_EQ(sorn_file_resolve(H(), SORN_LOCATION_COMMERCE, "t.sn", buffer, sizeof buffer), 0);
   EXPECT_NE(std::string(sorn_file_error(H(), nullptr)).find("not contained"), std::string::npos);
@@ -227,7 +184,7 @@ int HolderOf(const std::string& path) {
 }
 
 TEST_F(ExtensionTest, LockTypeTwoIsExclusiveAndEveryOtherShared) {
-  Start("");
+  Start();
   Write("data/l", "0123456789");
   SornFile* file = sorn_file_open(H(), 0, "l", SORN_FILE_READ | SORN_FILE_WRITE);
   ASSERT_NE(file, nullptr);
@@ -244,7 +201,7 @@ TEST_F(ExtensionTest, LockTypeTwoIsExclusiveAndEveryOtherShared) {
 }
 
 TEST_F(ExtensionTest, NetworkLinesAreCutAndAddressesCopied) {
-  Start("");
+  Start();
   TestPeer peer(TestPeer::Reply("a long line of text\r\nnext\r\n"), 1, false);
   SornConnection* c = sorn_network_connect(H(), "127.0.0.1", peer.port());
   ASSERT_NE(c, nullptr) << sorn_network_error(H(), nullptr);
@@ -270,7 +227,7 @@ TEST_F(ExtensionTest, NetworkLinesAreCutAndAddressesCopied) {
 
 // The sample library through the handler, as SnCOMMERCE drives it.
 TEST_F(ExtensionTest, SampleShopListsAndOrders) {
-  Start("commercedir=shop\n");
+  Start("commercedir=shop");
   Write("data/shop/catalog.txt", "A1;Apple;0.50\r\n\nbroken line\nP2;Pear;1.2\n");
   CommerceMethod method("sampleshop", SORN_SAMPLESHOP);
   {
@@ -297,9 +254,7 @@ TEST_F(ExtensionTest, SampleShopListsAndOrders) {
     EXPECT_STREQ(tree.Find("TOTAL")->value().chars(), "3.60");
     EXPECT_EQ(handler.Continue(tree), CommerceResultFinished);
   }
-  std::ifstream orders(P("data/shop/orders.txt"));
-  std::string text((std::istreambuf_iterator<char>(orders)), std::istreambuf_iterator<char>());
-  EXPECT_EQ(text, "1;P2;3;3.60;\n2;P2;3;3.60;\n");
+  EXPECT_EQ(Read("data/shop/orders.txt"), "1;P2;3;3.60;\n2;P2;3;3.60;\n");
 
   parser_->vars()->SetVariable("code", "Z9");
   UNIXCommerceHandler handler(&method, parser_.get());

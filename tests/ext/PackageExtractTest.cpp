@@ -1,37 +1,17 @@
-#include <ftw.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
 #include <map>
-#include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
-#include "core/Output.h"
-#include "host/CGISorn.h"
 #include "tests/ext/TarBuilder.h"
+#include "tests/host/ConfiguredRequest.h"
 #include "tests/script/BuiltinCall.h"
 
 namespace {
-
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
-
-class SiteSorn : public CGISorn {
- public:
-  SiteSorn(int argc, char** argv) : CGISorn(argc, argv) {}
-  Output* output() override { return &out_; }
-  std::string text() {
-    out_.Flush();
-    return out_.string().chars();
-  }
-
- private:
-  StringOutput out_{64};
-};
 
 // Every name below a directory, with its type, permission bits and, for
 // files, contents; links as their target. nftw's callback takes no context.
@@ -49,10 +29,11 @@ int ListEntry(const char* path, const struct stat* st, int, struct FTW*) {
     ssize_t n = readlink(path, target, sizeof target);
     what = "link " + std::string(target, n > 0 ? n : 0) + " ";
   } else if (S_ISREG(st->st_mode)) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    what = "file [" + s.str() + "] ";
+    FILE* f = fopen(path, "rb");
+    std::string bytes;
+    for (int c; f && (c = fgetc(f)) != EOF;) bytes.push_back((char)c);
+    if (f) fclose(f);
+    what = "file [" + bytes + "] ";
   } else {
     what = "other ";
   }
@@ -63,42 +44,25 @@ int ListEntry(const char* path, const struct stat* st, int, struct FTW*) {
 // A request whose script root is outer/site and data directory outer/data,
 // inside a fresh directory whose whole tree the tests can list. Archives lie
 // in archives/, one package per test archive, all enabled.
-class PackageExtractTest : public ::testing::Test {
+class PackageExtractTest : public ConfiguredRequest {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/sorn-pkg-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    root_ = pattern;
-    for (const char* dir : {"outer", "outer/site", "outer/data", "archives"}) mkdir(P(dir).c_str(), 0755);
+    for (const char* dir : {"outer", "outer/site", "outer/data", "archives"}) MakeDir(dir, 0755);
     Write("outer/site/t.sn", "");
-  }
-  void TearDown() override {
-    sorn_.reset();
-    nftw(root_.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
   }
 
   // Declares one package per archive, code = archive name, then starts the
   // request with the extra configuration lines.
   void Start(const std::vector<std::string>& archives, const std::vector<std::string>& extra = {}) {
-    std::string conf = "sornroot=" + P("outer/site") + "\nstdmodedatadir=" + P("outer/data") + "\npackages=";
-    for (size_t i = 0; i < archives.size(); i++) conf += (i ? "," : "") + archives[i];
-    conf += "\n";
+    std::vector<std::string> conf = {"packages="};
+    for (size_t i = 0; i < archives.size(); i++) conf[0] += (i ? "," : "") + archives[i];
     for (const std::string& a : archives)
-      conf += "<PACKAGE CODE=\"" + a + "\" NAME=\"n\" DESCRIPTION=\"d\" VERSION=\"1\" PATH=\"" +
-              P("archives/" + a) + "\">\n";
-    for (const std::string& line : extra) conf += line + "\n";
-    Write("sorn.conf", conf);
-    args_ = {P("sorn"), "t.sn"};
-    char* argv[] = {&args_[0][0], &args_[1][0], nullptr};
-    sorn_.reset(new SiteSorn(2, argv));
-    String path, name;
-    ASSERT_TRUE(sorn_->LoadConfiguration() && sorn_->CheckConfiguration() &&
-                sorn_->GetScriptInformation(path, name) && sorn_->ProcessConfiguration(path, name))
-        << sorn_->text();
+      conf.push_back("<PACKAGE CODE=\"" + a + "\" NAME=\"n\" DESCRIPTION=\"d\" VERSION=\"1\" PATH=\"" +
+                     P("archives/" + a) + "\">");
+    conf.insert(conf.end(), extra.begin(), extra.end());
+    ConfiguredRequest::Start("outer/site", "outer/data", conf);
   }
 
-  std::string P(const std::string& rel) const { return root_ + "/" + rel; }
-  void Write(const std::string& rel, const std::string& text) { WriteBytes(P(rel), text); }
   std::string Extract(const std::string& code, const std::string& directory) {
     return CallBuiltin(sorn_.get(), "sorn_package_extract", {code, directory, ""});
   }
@@ -117,10 +81,6 @@ class PackageExtractTest : public ::testing::Test {
       if (before.count(name) == 0 || before.at(name) != what) added.push_back(name + " " + what);
     return added;
   }
-
-  std::string root_;
-  std::vector<std::string> args_;
-  std::unique_ptr<SiteSorn> sorn_;
 };
 
 TEST_F(PackageExtractTest, EntriesThatLeadOutWriteNothingAnywhere) {

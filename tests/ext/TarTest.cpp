@@ -1,41 +1,23 @@
-#include <ftw.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "ext/Tar.h"
 #include "tests/ext/TarBuilder.h"
+#include "tests/host/ScratchDir.h"
 #include "tests/host/TestHost.h"
 
 namespace {
 
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
-
-class TarTest : public ::testing::Test {
+class TarTest : public ::testing::Test, protected ScratchDir {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/sorn-tar-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    root_ = pattern;
-  }
-  void TearDown() override { nftw(root_.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS); }
-
-  std::string P(const std::string& rel) const { return root_ + "/" + rel; }
   void Shell(const std::string& command) {
     // A configured request of an earlier test leaves PATH as its path key.
     ASSERT_EQ(system(("PATH=/usr/bin:/bin; cd " + root_ + " && " + command).c_str()), 0) << command;
-  }
-  std::string Read(const std::string& rel) {
-    std::ifstream in(P(rel), std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
   }
   // One line per entry: index, type, name, size, mode and link target.
   std::vector<std::string> Walk(Tar& tar, bool zeroblocks = false) {
@@ -53,7 +35,6 @@ class TarTest : public ::testing::Test {
   }
   int Open(Tar& tar, const std::string& rel) { return tar.Open(P(rel).c_str(), rel.c_str()); }
 
-  std::string root_;
   TestHost host_;
 };
 
@@ -88,7 +69,7 @@ TEST_F(TarTest, ZeroBlocksAreEntriesUntilTheFileEnds) {
   // GNU tar pads to a record of 10240 bytes: one header, one data block and
   // eighteen zero blocks. A zero block between members does not end a walk.
   Shell("printf abc > f && tar --format=ustar -cf a.tar f");
-  WriteBytes(P("b.tar"),
+  Write("b.tar",
              TarMember({"one", '0', "1"}) + std::string(512, '\0') + TarMember({"two", '0', "2"}));
   Tar tar(&host_);
   ASSERT_EQ(Open(tar, "a.tar"), 1);
@@ -103,51 +84,48 @@ TEST_F(TarTest, ZeroBlocksAreEntriesUntilTheFileEnds) {
   EXPECT_EQ(Walk(tar, true), (std::vector<std::string>{"1 0 one 1 644", "2 5  0 0", "3 0 two 1 644"}));
 
   // An empty file has no entries and no error.
-  WriteBytes(P("empty.tar"), "");
+  Write("empty.tar", "");
   ASSERT_EQ(Open(tar, "empty.tar"), 1);
   EXPECT_EQ(tar.First(), 0);
   EXPECT_EQ(tar.error(), "");
 }
 
 TEST_F(TarTest, DamagedHeadersEndTheWalk) {
-  Tar tar(&host_);
   // A changed byte in the second header.
   Shell(
       "printf A > a && printf B > b && tar --format=ustar -cf a.tar a b && "
       "printf X | dd of=a.tar bs=1 seek=1030 conv=notrunc 2>/dev/null");
-  ASSERT_EQ(Open(tar, "a.tar"), 1);
-  EXPECT_EQ(Walk(tar), (std::vector<std::string>{"1 0 a 1 644"}));
-  EXPECT_EQ(tar.error(), "Error reading from 'a.tar': Header checksum mismatch");
-
-  // A byte above 127 makes the signed sum of old archivers differ.
-  TarEntry high("caf\xe9", '0', "x");
-  WriteBytes(P("signed.tar"), TarMember(high, true) + TarEnd());
-  WriteBytes(P("unsigned.tar"), TarMember(high) + TarEnd());
-  ASSERT_EQ(Open(tar, "signed.tar"), 1);
-  EXPECT_EQ(tar.First(), 0);
-  EXPECT_EQ(tar.error(), "Error reading from 'signed.tar': Header checksum mismatch");
-  ASSERT_EQ(Open(tar, "unsigned.tar"), 1);
-  EXPECT_EQ(tar.First(), 1);
-
-  // A negative size would lead the walk back to the same header forever.
-  TarEntry back("back", '0', "", "-0000002000");
-  WriteBytes(P("back.tar"), TarMember({"first", '0', "1"}) + TarMember(back) + TarEnd());
-  ASSERT_EQ(Open(tar, "back.tar"), 1);
-  EXPECT_EQ(Walk(tar), (std::vector<std::string>{"1 0 first 1 644"}));
-  EXPECT_EQ(tar.error(), "Error reading from 'back.tar': Header size out of range");
-
-  // A header cut short ends the walk quietly, as the end of the file does.
-  WriteBytes(P("cut.tar"), TarMember({"first", '0', "1"}) + TarHeader({"second", '0', "2"}).substr(0, 300));
-  ASSERT_EQ(Open(tar, "cut.tar"), 1);
-  tar.Error("");
-  EXPECT_EQ(Walk(tar), (std::vector<std::string>{"1 0 first 1 644"}));
-  EXPECT_EQ(tar.error(), "");
+  TarEntry high("caf\xe9", '0', "x"), back("back", '0', "", "-0000002000");
+  const struct {
+    const char* name;
+    std::string bytes;  // none: made above
+    std::vector<std::string> walk;
+    const char* error;
+  } cases[] = {
+      {"a.tar", "", {"1 0 a 1 644"}, "Error reading from 'a.tar': Header checksum mismatch"},
+      // A byte above 127 makes the signed sum of old archivers differ.
+      {"signed.tar", TarMember(high, true) + TarEnd(), {}, "Error reading from 'signed.tar': Header checksum mismatch"},
+      {"unsigned.tar", TarMember(high) + TarEnd(), {"1 0 caf\xe9 1 644"}, ""},
+      // A negative size would lead the walk back to the same header forever.
+      {"back.tar", TarMember({"first", '0', "1"}) + TarMember(back) + TarEnd(), {"1 0 first 1 644"},
+       "Error reading from 'back.tar': Header size out of range"},
+      // A header cut short ends the walk quietly, as the end of the file does.
+      {"cut.tar", TarMember({"first", '0', "1"}) + TarHeader({"second", '0', "2"}).substr(0, 300),
+       {"1 0 first 1 644"}, ""},
+  };
+  for (const auto& c : cases) {
+    if (!c.bytes.empty()) Write(c.name, c.bytes);
+    Tar tar(&host_);
+    ASSERT_EQ(Open(tar, c.name), 1) << c.name;
+    EXPECT_EQ(Walk(tar), c.walk) << c.name;
+    EXPECT_EQ(tar.error(), c.error);
+  }
 }
 
 TEST_F(TarTest, WriteCopiesOnlyRegularEntries) {
-  WriteBytes(P("a.tar"), TarMember({"link", '2', "", "", "0000777", "/etc/passwd"}) +
+  Write("a.tar", TarMember({"link", '2', "", "", "0000777", "/etc/passwd"}) +
                              TarMember({"dev", '3', ""}) + TarMember({"f", '0', "new"}) + TarEnd());
-  std::ofstream(P("f.out")) << "old longer text";
+  Write("f.out", "old longer text");
   Tar tar(&host_);
   ASSERT_EQ(Open(tar, "a.tar"), 1);
   ASSERT_EQ(tar.First(), 1);

@@ -1,20 +1,16 @@
-#include <ftw.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "ext/UNIXCommerceHandler.h"
 #include "script/MacroExpander.h"
 #include "script/ScriptParser.h"
+#include "tests/host/ScratchDir.h"
 #include "tests/host/TestHost.h"
 
 namespace {
-
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
 
 // Each entry point notes its call in the file named by the TRACE field;
 // the action picks the answers: "fail" (init answers 1), "none" (init
@@ -42,13 +38,10 @@ const char *sorn_commerce_error(SornHandle *h, void **u, const char *m, const ch
 #endif
 )";
 
-class UNIXCommerceHandlerTest : public ::testing::Test {
+class UNIXCommerceHandlerTest : public ::testing::Test, protected ScratchDir {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/sorn-commerce-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    root_ = pattern;
-    std::ofstream(root_ + "/lib.c") << kLibrary;
+    Write("lib.c", kLibrary);
     std::string cc =
         "PATH=/usr/local/bin:/usr/bin:/bin cc -std=c99 -Wall -Werror -shared -fPIC -I" SORN_SOURCE "/ext ";
     ASSERT_EQ(system((cc + "-o " + root_ + "/lib.so " + root_ + "/lib.c").c_str()), 0);
@@ -57,7 +50,6 @@ class UNIXCommerceHandlerTest : public ::testing::Test {
     parser_.reset(new ScriptParser(&host_, expander_.get()));
     host_.vars()->SetVariable("trace", (root_ + "/trace").c_str());
   }
-  void TearDown() override { nftw(root_.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS); }
 
   // Runs one loop to its end; the result of the first call, and what the
   // body would have seen.
@@ -73,17 +65,14 @@ class UNIXCommerceHandlerTest : public ::testing::Test {
     return first;
   }
   std::string Trace() {
-    std::ifstream in(root_ + "/trace");
-    std::stringstream s;
-    s << in.rdbuf();
-    unlink((root_ + "/trace").c_str());
-    return s.str();
+    std::string trace = Read("trace");
+    unlink(P("trace").c_str());
+    return trace;
   }
 
   TestHost host_;
   std::unique_ptr<MacroExpander> expander_;
   std::unique_ptr<ScriptParser> parser_;
-  std::string root_;
   int passes_ = 0;
 };
 

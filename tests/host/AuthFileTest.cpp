@@ -111,10 +111,6 @@ TEST_F(AuthFileTest, GroupModeMatchesTheUsersGroups) {
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
 }
 
-}  // namespace
-
-namespace {
-
 // With workdir set the first decision for a user is kept in a table, and
 // from then on the table answers without the file being read.
 TEST_F(AuthFileTest, DecisionsAreKeptInTheWorkdirTable) {

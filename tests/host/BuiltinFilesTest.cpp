@@ -1,83 +1,40 @@
 #include <gtest/gtest.h>
-
-#include <ftw.h>
-#include <stdlib.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <fstream>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "core/Output.h"
-#include "host/CGISorn.h"
+#include "tests/host/ConfiguredRequest.h"
 #include "tests/script/BuiltinCall.h"
 
 namespace {
 
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
-
-class SiteSorn : public CGISorn {
- public:
-  SiteSorn(int argc, char** argv) : CGISorn(argc, argv) {}
-  Output* output() override { return &out_; }
-  std::string text() {
-    out_.Flush();
-    return out_.string().chars();
-  }
-
- private:
-  StringOutput out_{64};
-};
-
 // The file built-ins on a configured request: site/ is the script root,
 // data/ the data directory, and every event goes to log.
-class BuiltinFilesTest : public ::testing::Test {
+class BuiltinFilesTest : public ConfiguredRequest {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/sorn-bf-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    root_ = pattern;
-    mkdir(P("site").c_str(), 0700);
-    mkdir(P("data").c_str(), 0700);
+    MakeDir("site");
+    MakeDir("data");
     Write("site/t.sn", "");
     Start({});
   }
-  void TearDown() override {
-    sorn_.reset();
-    nftw(root_.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
-  }
-
   void Start(const std::vector<std::string>& extra) {
-    sorn_.reset();
-    std::string conf = "sornroot=" + P("site") + "\nstdmodedatadir=" + P("data") + "\nloglevel=2\nlogfile=" +
-                       P("log") + "\n";
-    for (const std::string& line : extra) conf += line + "\n";
-    Write("sorn.conf", conf);
-    args_ = {P("sorn"), "t.sn"};
-    char* argv[] = {&args_[0][0], &args_[1][0], nullptr};
-    sorn_.reset(new SiteSorn(2, argv));
-    String path, name;
-    ASSERT_TRUE(sorn_->LoadConfiguration() && sorn_->CheckConfiguration() &&
-                sorn_->GetScriptInformation(path, name) && sorn_->ProcessConfiguration(path, name))
-        << sorn_->text();
-  }
-
-  std::string P(const std::string& rel) const { return root_ + "/" + rel; }
-  void Write(const std::string& rel, const std::string& text) {
-    std::ofstream(P(rel), std::ios::binary) << text;
-  }
-  std::string Read(const std::string& rel) {
-    std::ifstream in(P(rel), std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
+    std::vector<std::string> conf = {"loglevel=2", "logfile=" + P("log")};
+    conf.insert(conf.end(), extra.begin(), extra.end());
+    ConfiguredRequest::Start("site", "data", conf);
   }
   std::string Call(const char* name, const std::vector<std::string>& args) {
     return CallBuiltin(sorn_.get(), name, args);
+  }
+  struct Expected {
+    const char* name;
+    std::vector<std::string> args;
+    const char* result;
+  };
+  void CallAll(const std::vector<Expected>& calls) {
+    for (const Expected& c : calls) EXPECT_EQ(Call(c.name, c.args), c.result) << c.name << " " << c.args[0];
   }
   // Event name and details of each line after the log's own opening.
   std::vector<std::string> Events() {
@@ -93,28 +50,17 @@ class BuiltinFilesTest : public ::testing::Test {
     }
     return events;
   }
-
-  std::string root_;
-  std::vector<std::string> args_;
-  std::unique_ptr<SiteSorn> sorn_;
 };
 
 TEST_F(BuiltinFilesTest, PathsRefusedByTheGateTouchNothingAndLogNothing) {
   Write("outside", "x");
   Write("data/a", "x");
-  EXPECT_EQ(Call("fexists", {"../outside"}), "0");
-  EXPECT_EQ(Call("fsize", {"../outside"}), "-1");
-  EXPECT_EQ(Call("fmode", {"../outside"}), "-1");
-  EXPECT_EQ(Call("fdelete", {"../outside"}), "0");
-  EXPECT_EQ(Call("fchmod", {"../outside", "0777"}), "0");
-  EXPECT_EQ(Call("fcopy", {"a", "../copy"}), "0");
-  EXPECT_EQ(Call("frename", {"../outside", "b"}), "0");
-  EXPECT_EQ(Call("fsymlink", {"a", "../../link"}), "0");
-  EXPECT_EQ(Call("smkdir", {"../newdir"}), "0");
-  EXPECT_EQ(Call("sfcopy", {"../outside", "c"}), "0");
-  EXPECT_EQ(Call("fscopy", {"a", "../data/c"}), "0");
-  EXPECT_EQ(Call("ssize", {"../../etc/passwd"}), "-1");
-  EXPECT_EQ(Call("fexists", {"/../../outside"}), "0");
+  CallAll({{"fexists", {"../outside"}, "0"}, {"fsize", {"../outside"}, "-1"}, {"fmode", {"../outside"}, "-1"},
+           {"fdelete", {"../outside"}, "0"}, {"fchmod", {"../outside", "0777"}, "0"},
+           {"fcopy", {"a", "../copy"}, "0"}, {"frename", {"../outside", "b"}, "0"},
+           {"fsymlink", {"a", "../../link"}, "0"}, {"smkdir", {"../newdir"}, "0"},
+           {"sfcopy", {"../outside", "c"}, "0"}, {"fscopy", {"a", "../data/c"}, "0"},
+           {"ssize", {"../../etc/passwd"}, "-1"}, {"fexists", {"/../../outside"}, "0"}});
   EXPECT_TRUE(Events().empty());
   EXPECT_EQ(Read("outside"), "x");
   EXPECT_EQ(access(P("copy").c_str(), F_OK), -1);
@@ -125,15 +71,9 @@ TEST_F(BuiltinFilesTest, PathsRefusedByTheGateTouchNothingAndLogNothing) {
 }
 
 TEST_F(BuiltinFilesTest, MissingFilesAndDirectories) {
-  EXPECT_EQ(Call("fexists", {"nosuch"}), "0");
-  EXPECT_EQ(Call("fsize", {"nosuch"}), "-1");
-  EXPECT_EQ(Call("fmode", {"nosuch"}), "-1");
-  EXPECT_EQ(Call("fchmod", {"nosuch", "0600"}), "0");
-  EXPECT_EQ(Call("fdelete", {"nosuch"}), "0");
-  EXPECT_EQ(Call("frename", {"nosuch", "b"}), "0");
-  EXPECT_EQ(Call("fcopy", {"nosuch", "b"}), "0");
-  EXPECT_EQ(Call("fmkdir", {"no/such"}), "0");
-  EXPECT_EQ(Call("fexists", {"b"}), "0");
+  CallAll({{"fexists", {"nosuch"}, "0"}, {"fsize", {"nosuch"}, "-1"}, {"fmode", {"nosuch"}, "-1"},
+           {"fchmod", {"nosuch", "0600"}, "0"}, {"fdelete", {"nosuch"}, "0"}, {"frename", {"nosuch", "b"}, "0"},
+           {"fcopy", {"nosuch", "b"}, "0"}, {"fmkdir", {"no/such"}, "0"}, {"fexists", {"b"}, "0"}});
   std::vector<std::string> expected = {
       "FILEERROR filename=" + P("data/nosuch") + "&type=fchmod&operation=modeing&error=No such file or directory",
       "FILEERROR filename=" + P("data/nosuch") + "&type=fdelete&operation=deleting&error=No such file or directory",
@@ -223,14 +163,10 @@ TEST_F(BuiltinFilesTest, SymbolicLinksAreMadeButNotFollowed) {
 
 TEST_F(BuiltinFilesTest, ScriptFormsWorkInTheScriptDirectory) {
   Write("site/p", "page");
-  EXPECT_EQ(Call("ssize", {"p"}), "4");
-  EXPECT_EQ(Call("smkdir", {"dir"}), "1");
-  EXPECT_EQ(Call("scopy", {"p", "dir/q"}), "1");
-  EXPECT_EQ(Call("sfrename", {"dir/q", "moved"}), "1");
+  CallAll({{"ssize", {"p"}, "4"}, {"smkdir", {"dir"}, "1"}, {"scopy", {"p", "dir/q"}, "1"},
+           {"sfrename", {"dir/q", "moved"}, "1"}});
   EXPECT_EQ(Read("data/moved"), "page");
-  EXPECT_EQ(Call("fsrename", {"moved", "back"}), "1");
-  EXPECT_EQ(Call("sdelete", {"dir"}), "1");
-  EXPECT_EQ(Call("smkdir", {"back"}), "0");
+  CallAll({{"fsrename", {"moved", "back"}, "1"}, {"sdelete", {"dir"}, "1"}, {"smkdir", {"back"}, "0"}});
   std::vector<std::string> events = Events();
   ASSERT_FALSE(events.empty());
   EXPECT_EQ(events.back(), "FILEERROR filename=" + P("site/back") + "&type=fmkdir&operation=creating&error=File exists");

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <ftw.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,34 +9,12 @@
 
 #include "core/File.h"
 #include "host/UNIXFileManager.h"
+#include "tests/host/ScratchDir.h"
 
 namespace {
 
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return remove(path); }
-
-class FileManagerTest : public ::testing::Test {
+class FileManagerTest : public ::testing::Test, protected ScratchDir {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/sorn-fm-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    root_ = pattern;
-  }
-  void TearDown() override { nftw(root_.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS); }
-
-  std::string P(const std::string& rel) const { return root_ + "/" + rel; }
-  void Write(const std::string& rel, const std::string& text) {
-    FILE* f = fopen(P(rel).c_str(), "wb");
-    fwrite(text.data(), 1, text.size(), f);
-    fclose(f);
-  }
-  std::string Read(const std::string& path) {
-    std::string text;
-    FILE* f = fopen(path.c_str(), "rb");
-    if (f == nullptr) return "<missing>";
-    for (int c; (c = fgetc(f)) != EOF;) text.push_back((char)c);
-    fclose(f);
-    return text;
-  }
   void Link(const std::string& target, const std::string& rel) { symlink(target.c_str(), P(rel).c_str()); }
   // The result, and the path as the walk left it behind a '|'.
   std::string Follow(const std::string& path, int links, int owner) {
@@ -46,7 +23,6 @@ class FileManagerTest : public ::testing::Test {
     return std::to_string(result) + "|" + p.chars();
   }
 
-  std::string root_;
   UNIXFileManager files_{nullptr};
 };
 
@@ -92,11 +68,11 @@ TEST_F(FileManagerTest, CopyAndRename) {
   Write("from", big);
   Write("to", std::string(30000, 'z'));
   EXPECT_EQ(files_.Copy(P("from").c_str(), P("to").c_str()), 0);
-  EXPECT_EQ(Read(P("to")), big);
+  EXPECT_EQ(Read("to"), big);
   Write("to", "keep");
   EXPECT_EQ(files_.Copy(P("nosuch").c_str(), P("to").c_str()), -1);
   EXPECT_STREQ(files_.error().chars(), "No such file or directory");
-  EXPECT_EQ(Read(P("to")), "keep");
+  EXPECT_EQ(Read("to"), "keep");
 
   EXPECT_LT(files_.Rename(P("nosuch").c_str(), P("x").c_str()), 0);
   struct stat here, shm;
@@ -117,7 +93,7 @@ TEST_F(FileManagerTest, MakeTemporaryCountsUpInHexadecimal) {
   EXPECT_EQ(prefix.chars(), P("Y00000002"));
   EXPECT_STREQ(name.chars(), "y00000002");
   EXPECT_EQ(file->Write("data", 4), 4);
-  EXPECT_EQ(Read(P("Y00000001")), "taken");
+  EXPECT_EQ(Read("Y00000001"), "taken");
 
   prefix = P("nosuch/Z").c_str();
   EXPECT_EQ(files_.MakeTemporary(prefix, name, FileWrite), nullptr);

@@ -8,37 +8,27 @@
 
 #include "core/Config.h"
 #include "host/CGISorn.h"
+#include "tests/host/ScratchDir.h"
 
 namespace {
 
 // The limits change the process for good, so each case runs in a child
 // that reports the limits it ends with on a pipe.
-class ProcessLimitsTest : public ::testing::Test {
+class ProcessLimitsTest : public ::testing::Test, protected ScratchDir {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/sorn-limits-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    root_ = pattern;
-  }
-  void TearDown() override {
-    unlink((root_ + "/sorn.conf").c_str());
-    rmdir(root_.c_str());
-  }
 
   // Sets the soft limits of CPU, data and stack to soft (keeping each hard
   // limit unless it is lower), applies the configuration's limits, and
   // gives back "soft/hard" of each, "=" for an unchanged hard limit, and
   // the change of priority.
   std::string Apply(const std::string& conf, const rlim_t soft[3]) {
-    FILE* f = fopen((root_ + "/sorn.conf").c_str(), "w");
-    fprintf(f, "sornroot=%s\n%s\n", root_.c_str(), conf.c_str());
-    fclose(f);
+    Write("sorn.conf", "sornroot=" + root_ + "\n" + conf + "\n");
     int channel[2];
     if (pipe(channel) != 0) return "no pipe";
     pid_t child = fork();
     if (child == 0) {
       close(channel[0]);
-      std::string program = root_ + "/sorn";
+      std::string program = P("sorn");
       char* argv[] = {&program[0], nullptr};
       CGISorn sorn(1, argv);
       if (!sorn.LoadConfiguration()) _exit(1);
@@ -81,8 +71,6 @@ class ProcessLimitsTest : public ::testing::Test {
   static std::string Number(rlim_t value) {
     return value == RLIM_INFINITY ? "inf" : std::to_string((unsigned long long)value);
   }
-
-  std::string root_;
 };
 
 const rlim_t kMiB = 1024 * 1024;

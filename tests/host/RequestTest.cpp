@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "host/URLEncodedParser.h"
+#include "tests/core/ScopedTimeZone.h"
 #include "tests/host/TestHost.h"
 
 namespace {
@@ -86,12 +87,12 @@ TEST(RequestVariables, CookieKeepsAUsableCallerIdOnly) {
 
 TEST(RequestVariables, MailDateZoneInWholeHours) {
   TestHost host;
+  ScopedTimeZone guard("UTC0");
   for (auto [tz, zone] : {std::pair("UTC0", "-0000"), {"XYZ-3", "+0300"}, {"ABC+5", "-0500"}, {"IST-5:30", "+0500"}}) {
-    setenv("TZ", tz, 1);
+    guard.Set(tz);
     EXPECT_TRUE(std::regex_match(host.currentdate().chars(),
                                  std::regex(std::string("[A-Z][a-z]{2}, \\d\\d [A-Z][a-z]{2} \\d{4} [\\d:]{8} \\") + zone)));
   }
-  unsetenv("TZ");
 }
 
 TEST(URLEncoded, PairsSpanReadsAndOnlyValuesAreDecoded) {

@@ -1,12 +1,10 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
 
 #include <chrono>
 #include <string>
 
 #include "tests/host/TestPeer.h"
+#include "tests/script/EngineProcess.h"
 #include "tests/script/RunScript.h"
 
 namespace {
@@ -176,47 +174,14 @@ TEST(Call, GigabyteReplyIsWalkedInBoundedMemory) {
     TestPeer::SendAll(fd, "HTTP/1.0 200 OK\r\nContent-Type: text/html\r\n\r\n");
     for (long sent = 0; sent < kTotal && TestPeer::SendAll(fd, block);) sent += block.size();
   });
-  char exe[4096];
-  ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
-  ASSERT_GT(n, 0);
-  exe[n] = 0;
-  std::string engine = std::string(exe).substr(0, std::string(exe).rfind('/')) + "/sorn";
-  ASSERT_EQ(access(engine.c_str(), X_OK), 0) << engine;
-
   TestHost host;  // for its temporary directory
-  std::string dir = host.directory_;
-  std::string conf = "sornroot=" + dir + "\nstdmodedatadir=" + dir + "\nusecookies=0\nglobaltimeout=300\n";
+  std::string conf = "sornroot=" + host.directory_ + "\nstdmodedatadir=" + host.directory_ +
+                     "\nusecookies=0\nglobaltimeout=300\n";
   std::string script =
       "<SORN STANDARDOUTPUTLEVEL=\"\"><SnASSIGN NAME=\"n\" VALUE=\"0\"><SnCALL ACTION=\"" + peer.url("/big") +
       "\" METHOD=\"GET\"><SnASSIGN NAME=\"n\" VALUE=\"{ n + 1 }\"></SnCALL><SnEVAL EXPR=\"{ n }\">";
-  for (auto& file : {std::make_pair(dir + "/sorn.conf", conf), std::make_pair(dir + "/t.sn", script)}) {
-    FILE* f = fopen(file.first.c_str(), "w");
-    fwrite(file.second.data(), 1, file.second.size(), f);
-    fclose(f);
-  }
-  std::string out = dir + "/out";
-  pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    int fd = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    dup2(fd, 1);
-    std::string argv0 = dir + "/sorn";
-    char* argv[] = {(char*)argv0.c_str(), nullptr};
-    char* env[] = {(char*)"PATH_INFO=/t.sn", (char*)"REQUEST_METHOD=GET", (char*)"QUERY_STRING=", nullptr};
-    execve(engine.c_str(), argv, env);
-    _exit(127);
-  }
-  int status = 0;
   struct rusage usage = {};
-  ASSERT_EQ(wait4(child, &status, 0, &usage), child);
-  std::string page;
-  if (FILE* f = fopen(out.c_str(), "r")) {
-    char block[256];
-    size_t got = fread(block, 1, sizeof block, f);
-    page.assign(block, got);
-    fclose(f);
-  }
-  for (const char* name : {"/sorn.conf", "/t.sn", "/out"}) unlink((dir + name).c_str());
+  std::string page = RunEngineProcess(host.directory_, conf, script, &usage);
   // Three elements (tag, text, closing tag) per block.
   EXPECT_EQ(page, "Content-type: text/html\r\n\r\n" + std::to_string(kTotal / 4096 * 3));
   EXPECT_LT(usage.ru_maxrss, 16 * 1024) << "peak resident set in KB";

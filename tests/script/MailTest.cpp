@@ -1,13 +1,11 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "core/NetworkConnection.h"
@@ -17,6 +15,7 @@
 #include "script/SMTPOutput.h"
 #include "tests/host/TestHost.h"
 #include "tests/host/TestPeer.h"
+#include "tests/script/EngineProcess.h"
 
 namespace {
 
@@ -161,15 +160,9 @@ TEST(SMTP, RepliesByTheirFirstAndFourthCharacters) {
     const char* error;
   };
   const Case cases[] = {
-      {"220-first line", ReplyMore, ""},
-      {"220 ready", ReplyGood, ""},
-      {"354 go", ReplyGood, ""},
-      {"250", ReplyGood, ""},
-      {"", ReplyGood, ""},
-      {"550 no such user", ReplyFailed, "no such user"},
-      {"421-busy", ReplyFailed, "busy"},
-      {"5", ReplyFailed, ""},
-      {"2500", ReplyMore, ""},
+      {"220-first line", ReplyMore, ""}, {"220 ready", ReplyGood, ""}, {"354 go", ReplyGood, ""},
+      {"250", ReplyGood, ""}, {"", ReplyGood, ""}, {"550 no such user", ReplyFailed, "no such user"},
+      {"421-busy", ReplyFailed, "busy"}, {"5", ReplyFailed, ""}, {"2500", ReplyMore, ""},
   };
   for (const Case& c : cases) {
     smtp.Error("");
@@ -179,17 +172,13 @@ TEST(SMTP, RepliesByTheirFirstAndFourthCharacters) {
 }
 
 TEST(POP3, EOTRestoresDotLines) {
-  String out;
-  EXPECT_TRUE(POP3::EOT(".", out));
-  EXPECT_STREQ(out.chars(), "");
-  EXPECT_FALSE(POP3::EOT("..", out));
-  EXPECT_STREQ(out.chars(), ".");
-  EXPECT_FALSE(POP3::EOT("..x", out));
-  EXPECT_STREQ(out.chars(), ".x");
-  EXPECT_FALSE(POP3::EOT(".x", out));
-  EXPECT_STREQ(out.chars(), ".x");
-  EXPECT_FALSE(POP3::EOT("", out));
-  EXPECT_STREQ(out.chars(), "");
+  const std::tuple<const char*, bool, const char*> cases[] = {
+      {".", true, ""}, {"..", false, "."}, {"..x", false, ".x"}, {".x", false, ".x"}, {"", false, ""}};
+  for (const auto& [line, end, text] : cases) {
+    String out("junk");
+    EXPECT_EQ(POP3::EOT(line, out), end) << line;
+    EXPECT_STREQ(out.chars(), text) << line;
+  }
 }
 
 // A whole session: the listing, each message into its own file with its
@@ -295,13 +284,6 @@ TEST(POP3, GigabyteMessageGoesToItsFileInBoundedMemory) {
   const long kTotal = 1L << 30;
   POP3Peer server({}, "127.0.0.3", 110, kTotal);
   if (server.peer.port() < 0) GTEST_SKIP() << "port 110 of 127.0.0.3 cannot be bound (not root, or taken)";
-  char exe[4096];
-  ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
-  ASSERT_GT(n, 0);
-  exe[n] = 0;
-  std::string engine = std::string(exe).substr(0, std::string(exe).rfind('/')) + "/sorn";
-  ASSERT_EQ(access(engine.c_str(), X_OK), 0) << engine;
-
   TestHost host;  // for its temporary directory
   std::string dir = host.directory_;
   mkdir((dir + "/mail").c_str(), 0700);
@@ -309,31 +291,11 @@ TEST(POP3, GigabyteMessageGoesToItsFileInBoundedMemory) {
   std::string script =
       "<SnPOP LOGIN=\"user\" PASSWORD=\"secret\" DIRECTORY=\"mail\" MAILHOST=\"127.0.0.3\">"
       "<SnEVAL EXPR=\"{ messagesubject $ ' ' $ messagebody }\"></SnPOP>";
-  for (auto& file : {std::make_pair(dir + "/sorn.conf", conf), std::make_pair(dir + "/t.sn", script)}) {
-    FILE* f = fopen(file.first.c_str(), "w");
-    fwrite(file.second.data(), 1, file.second.size(), f);
-    fclose(f);
-  }
-  std::string out = dir + "/out";
-  pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    int fd = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    dup2(fd, 1);
-    std::string argv0 = dir + "/sorn";
-    char* argv[] = {(char*)argv0.c_str(), nullptr};
-    char* env[] = {(char*)"PATH_INFO=/t.sn", (char*)"REQUEST_METHOD=GET", (char*)"QUERY_STRING=", nullptr};
-    execve(engine.c_str(), argv, env);
-    _exit(127);
-  }
-  int status = 0;
   struct rusage usage = {};
-  ASSERT_EQ(wait4(child, &status, 0, &usage), child);
-  std::string page = ReadFile(out);
+  std::string page = RunEngineProcess(dir, conf, script, &usage);
   struct stat saved = {};
   int found = stat((dir + "/mail/SORN_POP00000001").c_str(), &saved);
-  for (const char* name : {"/sorn.conf", "/t.sn", "/out", "/mail/SORN_POP00000001"})
-    unlink((dir + name).c_str());
+  unlink((dir + "/mail/SORN_POP00000001").c_str());
   rmdir((dir + "/mail").c_str());
   EXPECT_EQ(page, "Content-type: text/html\r\n\r\nbig mail/SORN_POP00000001");
   ASSERT_EQ(found, 0);
