@@ -29,7 +29,22 @@ const int kMaxRoundDigits = 1100;
 // Integral values below this take the integer path of RealToText.
 const double kIntegerPathLimit = 1e15;
 
-inline double ToReal(const String& s) { return strtod(s.chars(), nullptr); }
+// Short plain integers, the usual operands, are exact without strtod: an
+// optional sign and at most 15 digits, nothing else.
+bool PlainInteger(const char* p, double& value) {
+  const char* digits = p + (*p == '-' || *p == '+');
+  int n = 0;
+  long long whole = 0;
+  while (digits[n] >= '0' && digits[n] <= '9' && n < 16) whole = whole * 10 + (digits[n++] - '0');
+  if (n == 0 || n > 15 || digits[n] != '\0') return false;
+  value = *p == '-' ? -(double)whole : (double)whole;
+  return true;
+}
+
+inline double ToReal(const String& s) {
+  double value;
+  return PlainInteger(s.chars(), value) ? value : strtod(s.chars(), nullptr);
+}
 
 // The text's leading integer cut to 32 bits, as a 32-bit long would hold it.
 inline int32_t ToInt32(const String& s) {
@@ -42,16 +57,7 @@ inline void SetBoolean(String& result, bool value) { result.assign(value ? '1' :
 // strtod must consume the whole text, and an overflow to an infinite
 // value (judged by errno, which is not cleared first) is no number.
 bool ReadNumber(const String& s, double& value) {
-  // Short plain integers, the usual operands, are exact without strtod.
-  const char* p = s.chars();
-  const char* digits = p + (*p == '-' || *p == '+');
-  int n = 0;
-  long long whole = 0;
-  while (digits[n] >= '0' && digits[n] <= '9' && n < 16) whole = whole * 10 + (digits[n++] - '0');
-  if (n > 0 && n < 16 && digits[n] == '\0') {
-    value = *p == '-' ? -(double)whole : (double)whole;
-    return true;
-  }
+  if (PlainInteger(s.chars(), value)) return true;
   char* end = nullptr;
   value = strtod(s.chars(), &end);
   if (*end != '\0') return false;

@@ -1,5 +1,7 @@
 #include "script/NameCache.h"
 
+#include <cstring>
+
 namespace {
 
 inline unsigned char Fold(unsigned char c) { return (unsigned)(c - 'A') < 26u ? c + ('a' - 'A') : c; }
@@ -25,7 +27,7 @@ int NameCache::Find(const char* name, unsigned hash, Variable** found) const {
   for (size_t i = hash & mask;; i = (i + 1) & mask) {
     const Slot& slot = slots_[i];
     if (slot.stamp != stamp_) return 0;
-    if (slot.hash == hash && Same(slot.name, name)) {
+    if (slot.hash == hash && (strcmp(slot.spelled.c_str(), name) == 0 || Same(slot.name, name))) {
       *found = slot.found;
       return 1;
     }
@@ -47,6 +49,7 @@ void NameCache::Store(const char* name, unsigned hash, Variable* found) {
   slot.hash = hash;
   slot.stamp = stamp_;
   slot.found = found;
+  slot.spelled = name;
   for (const unsigned char* p = (const unsigned char*)name; *p != 0; p++) slot.name += (char)Fold(*p);
   Place(std::move(slot));
 }

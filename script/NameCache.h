@@ -24,7 +24,8 @@ class NameCache {
 
  private:
   struct Slot {
-    std::string name;  // folded
+    std::string name;     // folded
+    std::string spelled;  // as first asked for: a script spells a name the same way each time
     unsigned hash = 0;
     unsigned long stamp = 0;  // in use when equal to the cache's stamp
     Variable* found = nullptr;
