@@ -193,7 +193,15 @@ void ExpressionConstant::Tokenize(String& result) {
 }
 
 int ExpressionVariable::Resolve(ScriptParser* parser, String& result) {
-  result = parser->vars()->Value(name_);
+  if (scoped_) {
+    result = parser->vars()->Value(name_);
+    return 1;
+  }
+  Variable* v = parser->vars()->Find(name_, &slot_);
+  if (v != nullptr)
+    result = v->value();
+  else
+    result = String();
   return 1;
 }
 

@@ -6,6 +6,7 @@
 #include "core/List.h"
 #include "core/Stack.h"
 #include "core/String.h"
+#include "script/Variables.h"
 
 class Function;
 class ScriptParser;
@@ -135,12 +136,14 @@ class ExpressionConstant : public ExpressionElement {
 
 class ExpressionVariable : public ExpressionElement {
  public:
-  explicit ExpressionVariable(const String& name) : name_(name) {}
+  explicit ExpressionVariable(const String& name) : name_(name), scoped_(name.contains('.')) {}
   int Resolve(ScriptParser* parser, String& result) override;
   void Tokenize(String& result) override { result.cat(name_); }
 
  private:
   String name_;
+  bool scoped_;
+  VariableSlot slot_;
 };
 
 class ExpressionFunction : public ExpressionElement {

@@ -5,10 +5,13 @@
 #ifndef SORN_SCRIPT_SCRIPTPARSER_H
 #define SORN_SCRIPT_SCRIPTPARSER_H
 
+#include <vector>
+
 #include "core/Stack.h"
 #include "script/Function.h"
 #include "script/Parser.h"
 #include "script/TagCache.h"
+#include "script/Variables.h"
 
 class ErrorHandler;
 class FlatFile;
@@ -103,6 +106,13 @@ class ScriptParser : public Parser {
   TagCache& cache() { return cache_; }
   // Scratch text for the name of a tag's error variable.
   String& errorname() { return errorname_; }
+  // Where the error variable of the tags with this id was found: cleared
+  // before every tag, it is the most looked-up variable of all.
+  struct ErrorSlot {
+    String name;
+    VariableSlot slot;
+  };
+  ErrorSlot* errorslot(int id);
   // Whether text read from now on can be kept: macros are expanded and the
   // buffer is not inside a macro's value.
   int Cacheable();
@@ -135,6 +145,7 @@ class ScriptParser : public Parser {
   int depth_;
   TagCache cache_;
   String errorname_;
+  std::vector<ErrorSlot> errorslots_;
   // The script as it was when its tags began to be kept: when the engine
   // itself writes to it, what was kept no longer reads as the text does,
   // and nothing more is kept or used.

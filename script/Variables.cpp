@@ -126,6 +126,7 @@ Variable* Variables::FindLocal(const String& variable) {
 
 Variable* Variables::FindDatabase(const String& variable, const String& database) {
   if (sorn_ == nullptr) return nullptr;
+  if (database.empty() && !DatabasesOpen()) return nullptr;
   if (!database.empty()) {
     DatabaseView* view = sorn_->FindDatabaseView(database);
     return view != nullptr ? view->Find(variable) : nullptr;
@@ -157,6 +158,29 @@ Variable* Variables::FindUnscoped(const String& variable) {
   if (v == nullptr) v = FindDatabase(variable, String());
   if (v == nullptr) v = FindGlobal(variable, hash);
   return v;
+}
+
+int Variables::DatabasesOpen() {
+  return sorn_ != nullptr && sorn_->databases() != nullptr && !sorn_->databases()->empty();
+}
+
+Variable* Variables::Find(const String& name, VariableSlot* slot) {
+#ifndef SORN_NO_CACHES
+  if (slot->system == systemchanges_ && slot->global == globalchanges_ && locals_.Top() == nullptr &&
+      !DatabasesOpen())
+    return slot->variable;
+  Variable* v = FindUnscoped(name);
+  // The lookup went through both caches: they stand for the trees as they are.
+  if (locals_.Top() == nullptr && !DatabasesOpen() && RemembersSystem() && RemembersGlobal()) {
+    slot->variable = v;
+    slot->system = systemchanges_;
+    slot->global = globalchanges_;
+  }
+  return v;
+#else
+  (void)slot;
+  return FindUnscoped(name);
+#endif
 }
 
 Variable* Variables::Find(const String& name) {

@@ -16,6 +16,15 @@
 
 class Sorn;
 
+// Where an unscoped name was found, kept by the one who looks it up again
+// and again (an expression's variable): valid as long as the system frames
+// and the global tree are unchanged, at top level with no database open.
+struct VariableSlot {
+  Variable* variable = nullptr;
+  unsigned long system = 0;  // 0: never filled
+  unsigned long global = 0;
+};
+
 enum VariableScope {
   LocalScope = 0,
   GlobalScope = 1,
@@ -37,6 +46,8 @@ class Variables {
 
   // The variable a name refers to, or null. Never creates anything.
   Variable* Find(const String& name);
+  // The same for a name without a scope prefix, through a slot of the caller's.
+  Variable* Find(const String& name, VariableSlot* slot);
   // A copy of the value; empty when the variable does not exist.
   String Value(const String& name);
   // Assigns by the rules of the name's scope. Local and global names are
@@ -87,6 +98,7 @@ class Variables {
   Variable* FindDatabase(const String& variable, const String& database);
   // The search of an unscoped name, the global tree last.
   Variable* FindUnscoped(const String& variable);
+  int DatabasesOpen();
 
   Sorn* sorn_;
   VariableTree globals_;
