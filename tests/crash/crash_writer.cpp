@@ -79,12 +79,20 @@ int Write(ScriptParser* parser, long run, unsigned seed) {
   for (long sequence = 1; sequence < 1000000; sequence++) {
     if (!mine.empty() && random() % 4 == 0) {
       std::pair<long, long>& record = mine[random() % mine.size()];
-      if (db.view()->Find(std::to_string(record.first).c_str(), 1) != 1) return Fail("find", db.view()->error());
+      int status = db.view()->Find(std::to_string(record.first).c_str(), 1);
+      if (status != 1)
+        return Fail(("find " + std::to_string(record.first) + " status " + std::to_string(status) + " count " +
+                     std::to_string(db.table()->recordcount()))
+                        .c_str(),
+                    db.view()->error());
       long version = record.second + 1;
       Set(db, "VERSION", std::to_string(version));
       Set(db, "TAG", Tag(record.first, version));
       Set(db, "NOTE", Note(record.first, version, random));
-      if (db.view()->Update() != 1) return Fail("update", db.view()->error());
+      if (db.view()->Update() != 1)
+        return Fail(("update of " + std::to_string(record.first) + " in record " + std::to_string(db.table()->recno()))
+                        .c_str(),
+                    db.view()->error());
       record.second = version;
       printf("updated %ld %ld\n", record.first, version);
     } else {
