@@ -323,8 +323,12 @@ int XBaseChecker::RepairTable(const Findings& findings) {
     raw->Release(0, header);
   }
   if (!ok) {
-    Problem(tablename_, "not repaired: " + (raw == nullptr ? parser_->sorn()->filemanager()->error()
-                                                           : table_.error().empty() ? raw->error() : table_.error()));
+    String reason = table_.error();
+    if (raw == nullptr)
+      reason = parser_->sorn()->filemanager()->error();
+    else if (reason.empty())
+      reason = raw->error();
+    Problem(tablename_, "not repaired: " + reason);
   } else if (findings.partialbytes > 0 || findings.endmarkmissing) {
     Note(tablename_, "end mark written behind record " + Decimal(findings.wholerecords) +
                          (findings.partialbytes > 0 ? ", " + Decimal(findings.partialbytes) + " bytes cut off" : ""));
