@@ -31,6 +31,8 @@ class File {
   virtual long Seek(long offset) = 0;
   virtual long Tell() = 0;
   virtual long Length() = 0;
+  // Cuts the file (or extends it with zeros) to length bytes. 0 or -1.
+  virtual int Truncate(long length) = 0;
   // Blocking record lock; waits until the range is free. 0 or -1.
   virtual int Lock(FileLockType type, long offset, long length) = 0;
   virtual int Release(long offset, long length) = 0;

@@ -23,6 +23,7 @@ void LMTIndexChecker::CheckEntry(long pagenumber, int i, const char* key, long r
     Problem(where + "key '" + key + "' sorts before the key '" + previous_ + "' in front of it");
   previous_ = key;
   haveprevious_ = true;
+  if (collect_ != nullptr) collect_->push_back(Entry{String(key), record});
 }
 
 int LMTIndexChecker::Check(long recordcount) {

@@ -20,7 +20,17 @@ class LMTIndexChecker {
   // otherwise give one per entry.
   enum { kMaxProblems = 1000 };
 
+  // One entry of the tree as the walk met it.
+  struct Entry {
+    String key;
+    long record;
+  };
+
   explicit LMTIndexChecker(LMTIndexFile* index) : index_(index) {}
+
+  // When given, Check appends every entry it walks past, in tree order, so
+  // that a caller can hold the keys against the table.
+  void CollectEntries(std::vector<Entry>* entries) { collect_ = entries; }
 
   // Checks the tree; record numbers must lie in 1 to recordcount, or just
   // be nonzero when recordcount is negative. Returns the number of
@@ -38,6 +48,7 @@ class LMTIndexChecker {
   void CheckEntry(long pagenumber, int i, const char* key, long record, long recordcount);
 
   LMTIndexFile* index_;
+  std::vector<Entry>* collect_ = nullptr;
   std::vector<String> problems_;
   String previous_;
   bool haveprevious_ = false;

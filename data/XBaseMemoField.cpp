@@ -65,6 +65,8 @@ int XBaseMemoField::Set(const char* text, int n) {
   return 1;
 }
 
+long XBaseMemoField::block() const { return XBaseTable::MemoBlockNumber(value()); }
+
 const char* XBaseMemoField::data() {
   if (text_ != nullptr) return text_;
   long block = XBaseTable::MemoBlockNumber(value());

@@ -30,6 +30,8 @@ class XBaseMemoField : public XBaseField {
   void SetOriginal() override;
 
   int dirty() const { return dirty_; }
+  // The block number the record holds (0: no text), as data() reads it.
+  long block() const;
 
  private:
   void DropTexts();

@@ -142,6 +142,8 @@ class XBaseTable {
   int month() const { return month_; }
   int day() const { return day_; }
   unsigned long recordcount() const { return recordcount_; }
+  // Replaces the cached record count; WriteTableHeader then stores it.
+  void SetRecordCount(unsigned long count) { recordcount_ = count; }
   int headerlength() const { return headerlength_; }
   int recordlength() const { return recordlength_; }
   long recno() const { return recno_; }

@@ -65,6 +65,14 @@ long UNIXFile::Length() {
   return (long)st.st_size;
 }
 
+int UNIXFile::Truncate(long length) {
+  if (ftruncate(fd_, (off_t)length) < 0) {
+    Fail();
+    return -1;
+  }
+  return 0;
+}
+
 int UNIXFile::Lock(FileLockType type, long offset, long length) {
   struct flock lock;
   memset(&lock, 0, sizeof lock);

@@ -15,6 +15,7 @@ class UNIXFile : public File {
   long Seek(long offset) override;
   long Tell() override;
   long Length() override;
+  int Truncate(long length) override;
   int Lock(FileLockType type, long offset, long length) override;
   int Release(long offset, long length) override;
   using File::Read;
