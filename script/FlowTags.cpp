@@ -172,7 +172,7 @@ int ScriptState::ProcessSnASSIGN(Tag* tag) {
     parser_->SyntaxError(*tag + " requires the VALUE attribute to be specified");
     return StateFailure;
   }
-  parser_->vars()->SetVariable(name->value, value->value);
+  parser_->vars()->SetVariable(name->value, value->value, tag->assignslot());
   return StateHandled;
 }
 

@@ -20,7 +20,7 @@ void Function::SetParameters(const String& list) {
 
 BuiltinFunction::BuiltinFunction(const char* name, const char* parameters, BuiltinProc proc)
     : Function(name, 0, 0, FunctionKeepsOutputLevel, FunctionKeepsErrorLevel), proc_(proc) {
-  if (parameters != nullptr) SetParameters(parameters);
+  declared_ = parameters;  // the library's table outlives every parser
 }
 
 int BuiltinFunction::CallFunction(ScriptParser* parser, VariableTree* locals, String& result) {

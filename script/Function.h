@@ -29,7 +29,19 @@ class Function : public String {
   int line() const { return line_; }
   int outputlevel() const { return outputlevel_; }
   int errorlevel() const { return errorlevel_; }
-  VariableList& parameters() { return parameters_; }
+  VariableList& parameters() {
+    if (declared_ != nullptr) {
+      const char* list = declared_;
+      declared_ = nullptr;
+      SetParameters(list);
+    }
+    return parameters_;
+  }
+
+ protected:
+  // A parameter list split only when first asked for: a page calls a few
+  // of the built-ins that every parser declares.
+  const char* declared_ = nullptr;
 
  private:
   long position_;

@@ -467,7 +467,7 @@ int ScriptParser::ProcessEmptyValue(Tag* tag, const String& name, String& value)
   return 1;
 }
 
-ScriptParser::ErrorSlot* ScriptParser::errorslot(int id) {
+NamedSlot* ScriptParser::errorslot(int id) {
   if (id < 0 || id > 1000) return nullptr;
   if ((size_t)id >= errorslots_.size()) errorslots_.resize(id + 1);
   return &errorslots_[id];

@@ -108,11 +108,7 @@ class ScriptParser : public Parser {
   String& errorname() { return errorname_; }
   // Where the error variable of the tags with this id was found: cleared
   // before every tag, it is the most looked-up variable of all.
-  struct ErrorSlot {
-    String name;
-    VariableSlot slot;
-  };
-  ErrorSlot* errorslot(int id);
+  NamedSlot* errorslot(int id);
   // Whether text read from now on can be kept: macros are expanded and the
   // buffer is not inside a macro's value.
   int Cacheable();
@@ -145,7 +141,7 @@ class ScriptParser : public Parser {
   int depth_;
   TagCache cache_;
   String errorname_;
-  std::vector<ErrorSlot> errorslots_;
+  std::vector<NamedSlot> errorslots_;
   // The script as it was when its tags began to be kept: when the engine
   // itself writes to it, what was kept no longer reads as the text does,
   // and nothing more is kept or used.

@@ -1,7 +1,5 @@
 #include "script/ScriptState.h"
 
-#include <cstring>
-
 #include "core/Output.h"
 #include "script/ScriptParser.h"
 #include "script/Tag.h"
@@ -22,19 +20,7 @@ void ScriptState::ClearErrorVariable(Tag* tag) {
   String& name = parser_->errorname();
   name.assign(tag->chars(), tag->length());
   name.cat("_Error", 6);
-  ScriptParser::ErrorSlot* error = name.contains('.') ? nullptr : parser_->errorslot(tag->id());
-  if (error != nullptr) {
-    if (strcmp(error->name.chars(), name.chars()) != 0) {
-      error->name = name;
-      error->slot = VariableSlot();
-    }
-    Variable* v = parser_->vars()->Find(name, &error->slot);
-    if (v != nullptr) {
-      v->SetValue(String());
-      return;
-    }
-  }
-  parser_->vars()->SetVariable(name, String());
+  parser_->vars()->SetVariable(name, String(), parser_->errorslot(tag->id()));
 }
 
 int ScriptState::RuntimeError(Tag* tag, const String& message) {

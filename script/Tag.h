@@ -5,6 +5,7 @@
 
 #include "core/NameValuePair.h"
 #include "core/String.h"
+#include "script/Variables.h"
 
 class Tag : public String {
  public:
@@ -30,6 +31,9 @@ class Tag : public String {
     line_ = line;
   }
   NameValueList& attributes() { return attributes_; }
+  // Where the variable this tag assigns was found the last time; a kept
+  // instance (see TagCache) keeps it from one use to the next.
+  NamedSlot* assignslot() { return &assignslot_; }
 
  private:
   int id_;
@@ -37,6 +41,7 @@ class Tag : public String {
   long fileposition_;
   int line_;
   NameValueList attributes_;
+  NamedSlot assignslot_;
 };
 
 inline const char* ElementName(const Tag* tag) { return tag->chars(); }

@@ -242,6 +242,18 @@ int Variables::SetVariable(const String& name, const String& value) {
   return v != nullptr ? v->SetValue(value) : 0;
 }
 
+int Variables::SetVariable(const String& name, const String& value, NamedSlot* slot) {
+  if (slot != nullptr && !name.contains('.')) {
+    if (slot->name.length() != name.length() || memcmp(slot->name.chars(), name.chars(), name.length()) != 0) {
+      slot->name = name;
+      slot->slot = VariableSlot();
+    }
+    Variable* v = Find(name, &slot->slot);
+    if (v != nullptr) return v->SetValue(value);
+  }
+  return SetVariable(name, value);
+}
+
 void Variables::AddGlobalVariable(const String& name, const String& value) {
   globals_.Insert(new Variable(name, value));
 }

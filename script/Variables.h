@@ -25,6 +25,12 @@ struct VariableSlot {
   unsigned long global = 0;
 };
 
+// A slot together with the name it was filled for.
+struct NamedSlot {
+  String name;
+  VariableSlot slot;
+};
+
 enum VariableScope {
   LocalScope = 0,
   GlobalScope = 1,
@@ -56,6 +62,9 @@ class Variables {
   // the value was stored, 0 when the assignment was dropped or refused
   // (a dynamic variable keeps its reason in its error()).
   int SetVariable(const String& name, const String& value);
+  // The same, finding an existing unscoped variable through a slot of the
+  // caller's when the name is the one the slot was filled for.
+  int SetVariable(const String& name, const String& value, NamedSlot* slot);
 
   // Inserts without looking: a later add of the same name is found first.
   void AddGlobalVariable(const String& name, const String& value);
