@@ -36,6 +36,7 @@ class WHILEState : public ScriptState {
   long expressionposition_;
   int expressionline_;
   String name_;
+  NamedSlot nameslot_;  // where name_ was found at the last pass
 };
 
 class LockFileState : public ScriptState {

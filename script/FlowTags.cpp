@@ -134,7 +134,7 @@ WHILEState::WHILEState(ScriptState* parent, Tag* tag, const String& name)
 int WHILEState::EvaluateExpression() {
   String value;
   if (!parser_->EvaluateAt(expressionposition_, expressionline_, value)) return StateFailure;
-  if (!name_.empty()) parser_->vars()->SetVariable(name_, value);
+  if (!name_.empty()) parser_->vars()->SetVariable(name_, value, &nameslot_);
   return Expression::IsTrue(value) ? StateHandled : StateLeave;
 }
 
