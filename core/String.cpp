@@ -152,9 +152,7 @@ int String::search(const char* pattern, int from) const {
 
 bool String::contains(char c, int from) const {
   if (from < 0) from = 0;
-  for (int i = from; i < length_; i++)
-    if (buffer_[i] == c) return true;
-  return false;
+  return from < length_ && memchr(buffer_ + from, c, length_ - from) != nullptr;
 }
 
 bool String::matches(char c, int position) const {

@@ -21,6 +21,7 @@ const char kEOFInTag[] = "Unexpected EOF in tag";
 // has none.
 int SplitList(const String& list, String** pieces) {
   int maximum = list.freq(",") + 1;
+  if (maximum < 1) maximum = 1;  // never: tells the optimizer the size is sane
   *pieces = new String[maximum];
   int count = split(list, *pieces, maximum, ",");
   for (int i = 0; i < count; i++) (*pieces)[i].StripWhitespace();

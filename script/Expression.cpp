@@ -128,9 +128,15 @@ int ExpressionTree::ResolveNode(ExpressionNode* node, String& result) {
     return 1;
   }
   if (node->data->IsOperator()) {
+    ExpressionOperator* op = static_cast<ExpressionOperator*>(node->data);
+    if (op->opcode() == OpConcatenate) {  // the left text is ours: grow it in place
+      result = static_cast<String&&>(left);
+      result.cat(right);
+      return 1;
+    }
     String error;
     Sorn* sorn = parser_ ? parser_->sorn() : nullptr;
-    if (!static_cast<ExpressionOperator*>(node->data)->Operate(sorn, left, right, result, error)) {
+    if (!op->Operate(sorn, left, right, result, error)) {
       if (parser_) parser_->ExpressionError(error);
       return 0;
     }
@@ -553,7 +559,7 @@ int Expression::GetNextExpression(char separator, char terminator, char quote, i
 int Expression::Resolve(String& result) {
   String value;
   if (!tree_.Resolve(value)) return 0;
-  result = value;
+  result = static_cast<String&&>(value);
   return 1;
 }
 

@@ -71,8 +71,10 @@ int MailHandler::StartSendMail(const String& to, const String& cc, const String&
 }
 
 int MailHandler::SendRecipients(const String& list) {
-  String* pieces = new String[list.freq(",") + 1];
-  int count = split(list, pieces, list.freq(",") + 1, ",");
+  int maximum = list.freq(",") + 1;
+  if (maximum < 1) maximum = 1;  // never: tells the optimizer the size is sane
+  String* pieces = new String[maximum];
+  int count = split(list, pieces, maximum, ",");
   int result = 1;
   for (int i = 0; i < count; i++) {
     pieces[i].StripWhitespace();

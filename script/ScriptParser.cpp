@@ -182,7 +182,6 @@ ScriptParser::ScriptParser(Sorn* sorn, MacroExpander* expander, ScriptParser* pa
       recording_(nullptr) {
   states_.Push(basestate_);
   SetupSupportedTags();
-  SetupBuiltinFunctions();
 }
 
 ScriptParser::~ScriptParser() {
@@ -207,9 +206,12 @@ Tag* ScriptParser::FindTemplate(const String& name) {
 }
 
 void ScriptParser::SetupBuiltinFunctions() {
+  if (builtinsdeclared_) return;
+  builtinsdeclared_ = 1;
   int count;
   const BuiltinDescriptor* table = BuiltinTable(&count);
-  for (int i = 0; i < count; i++) AddFunction(new BuiltinFunction(table[i].name, table[i].parameters, table[i].proc));
+  for (int i = 0; i < count; i++)
+    functions_.Insert(new BuiltinFunction(table[i].name, table[i].parameters, table[i].proc));
 }
 
 MacroExpander* ScriptParser::expander() { return static_cast<MacroExpander*>(buffer_); }
@@ -575,8 +577,9 @@ int ScriptParser::RunCachedTag(TagCache::Entry* entry, Tag* tag, int reused) {
         ok = 0;
         break;
       }
-      pair->value = a.value;
-      if (a.expression != nullptr && !a.expression->Resolve(pair->value)) {
+      if (a.expression == nullptr)
+        pair->value = a.value;
+      else if (!a.expression->Resolve(pair->value)) {
         ok = 0;
         break;
       }

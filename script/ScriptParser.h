@@ -51,7 +51,10 @@ class ScriptParser : public Parser {
   int ProcessCachedTag(long start, int* result) override;
   int RunCachedTag(TagCache::Entry* entry, Tag* tag, int reused);
   int ReadTag(Tag* model, Tag* tag, long start) override;
-  virtual void SetupBuiltinFunctions();
+  // Declares the built-ins before the first use of the function tree, in
+  // table order, so the tree grows as if they came first: a page that
+  // calls no function never makes them.
+  void SetupBuiltinFunctions();
   // The attributes of the older IMPORT and EXPORT: names may stand bare
   // (their value is their name), and WHERE ends the tag, its expression
   // left unread with its position kept in the tag. Results as
@@ -85,8 +88,14 @@ class ScriptParser : public Parser {
   int CheckTimeout();
 
   // Functions.
-  Function* FindFunction(const String& name) { return functions_.Find(name); }
-  void AddFunction(Function* function) { functions_.Insert(function); }
+  Function* FindFunction(const String& name) {
+    SetupBuiltinFunctions();
+    return functions_.Find(name);
+  }
+  void AddFunction(Function* function) {
+    SetupBuiltinFunctions();
+    functions_.Insert(function);
+  }
   int ScanForFunction(const String& name);
   int CallFunction(Function* function, VariableTree* locals, String& result);
   int PushFunctionCall();
@@ -136,6 +145,7 @@ class ScriptParser : public Parser {
   Stack<ScriptState> states_;
   Variables* vars_;
   SplayTree<Function> functions_;
+  int builtinsdeclared_ = 0;
   int interpret_;
   int outputlevel_;
   int depth_;

@@ -1,5 +1,7 @@
 #include "script/ScriptState.h"
 
+#include <cstring>
+
 #include "core/Output.h"
 #include "script/ScriptParser.h"
 #include "script/Tag.h"
@@ -17,10 +19,18 @@ ScriptState::~ScriptState() { delete tag_; }
 void ScriptState::ClearErrorVariable(Tag* tag) {
   // The name is built in a buffer that lives as long as the parser: no
   // allocation for the most frequent assignment of all.
+  // The slot of the tag's id keeps the name it was last filled for: a tag
+  // spelled the same way again needs no new name.
+  NamedSlot* slot = parser_->errorslot(tag->id());
+  if (slot != nullptr && slot->name.length() == tag->length() + 6 &&
+      memcmp(slot->name.chars(), tag->chars(), tag->length()) == 0) {
+    parser_->vars()->SetVariable(slot->name, String(), slot);
+    return;
+  }
   String& name = parser_->errorname();
   name.assign(tag->chars(), tag->length());
   name.cat("_Error", 6);
-  parser_->vars()->SetVariable(name, String(), parser_->errorslot(tag->id()));
+  parser_->vars()->SetVariable(name, String(), slot);
 }
 
 int ScriptState::RuntimeError(Tag* tag, const String& message) {

@@ -161,7 +161,9 @@ Variable* Variables::FindUnscoped(const String& variable) {
 }
 
 int Variables::DatabasesOpen() {
-  return sorn_ != nullptr && sorn_->databases() != nullptr && !sorn_->databases()->empty();
+  if (sorn_ == nullptr) return 0;
+  SearchableList<Database>* databases = sorn_->databases();
+  return databases != nullptr && !databases->empty();
 }
 
 Variable* Variables::Find(const String& name, VariableSlot* slot) {
