@@ -5,6 +5,7 @@
 
 #include "script/Builtins.h"
 #include "script/ExpressionOperator.h"
+#include "script/MathLibrary.h"
 
 namespace {
 
@@ -19,29 +20,41 @@ void Binary(VariableTree* parameters, String& result, double (*f)(double, double
   ExpressionOperator::RealToText(f(Real(parameters, "x"), Real(parameters, "y")), result);
 }
 
+// A function of libm, looked up at its built-in's first call.
+#define LIBM_UNARY(name)                                  \
+  [](double x) {                                          \
+    static const MathUnary f = FindMathUnary(#name);      \
+    return f(x);                                          \
+  }
+#define LIBM_BINARY(name)                                 \
+  [](double x, double y) {                                \
+    static const MathBinary f = FindMathBinary(#name);    \
+    return f(x, y);                                       \
+  }
+
 }  // namespace
 
 void bi_abs(Sorn*, VariableTree* p, String& r) { Unary(p, r, fabs); }
-void bi_acos(Sorn*, VariableTree* p, String& r) { Unary(p, r, acos); }
-void bi_asin(Sorn*, VariableTree* p, String& r) { Unary(p, r, asin); }
-void bi_atan(Sorn*, VariableTree* p, String& r) { Unary(p, r, atan); }
-void bi_atan2(Sorn*, VariableTree* p, String& r) { Binary(p, r, atan2); }
+void bi_acos(Sorn*, VariableTree* p, String& r) { Unary(p, r, LIBM_UNARY(acos)); }
+void bi_asin(Sorn*, VariableTree* p, String& r) { Unary(p, r, LIBM_UNARY(asin)); }
+void bi_atan(Sorn*, VariableTree* p, String& r) { Unary(p, r, LIBM_UNARY(atan)); }
+void bi_atan2(Sorn*, VariableTree* p, String& r) { Binary(p, r, LIBM_BINARY(atan2)); }
 void bi_ceil(Sorn*, VariableTree* p, String& r) { Unary(p, r, ceil); }
-void bi_cos(Sorn*, VariableTree* p, String& r) { Unary(p, r, cos); }
-void bi_cosh(Sorn*, VariableTree* p, String& r) { Unary(p, r, cosh); }
-void bi_exp(Sorn*, VariableTree* p, String& r) { Unary(p, r, exp); }
+void bi_cos(Sorn*, VariableTree* p, String& r) { Unary(p, r, LIBM_UNARY(cos)); }
+void bi_cosh(Sorn*, VariableTree* p, String& r) { Unary(p, r, LIBM_UNARY(cosh)); }
+void bi_exp(Sorn*, VariableTree* p, String& r) { Unary(p, r, LIBM_UNARY(exp)); }
 void bi_floor(Sorn*, VariableTree* p, String& r) { Unary(p, r, floor); }
-void bi_fmod(Sorn*, VariableTree* p, String& r) { Binary(p, r, fmod); }
-void bi_log(Sorn*, VariableTree* p, String& r) { Unary(p, r, log); }
-void bi_log10(Sorn*, VariableTree* p, String& r) { Unary(p, r, log10); }
-void bi_sin(Sorn*, VariableTree* p, String& r) { Unary(p, r, sin); }
-void bi_sinh(Sorn*, VariableTree* p, String& r) { Unary(p, r, sinh); }
-void bi_sqrt(Sorn*, VariableTree* p, String& r) { Unary(p, r, sqrt); }
-void bi_tan(Sorn*, VariableTree* p, String& r) { Unary(p, r, tan); }
-void bi_tanh(Sorn*, VariableTree* p, String& r) { Unary(p, r, tanh); }
+void bi_fmod(Sorn*, VariableTree* p, String& r) { Binary(p, r, LIBM_BINARY(fmod)); }
+void bi_log(Sorn*, VariableTree* p, String& r) { Unary(p, r, LIBM_UNARY(log)); }
+void bi_log10(Sorn*, VariableTree* p, String& r) { Unary(p, r, LIBM_UNARY(log10)); }
+void bi_sin(Sorn*, VariableTree* p, String& r) { Unary(p, r, LIBM_UNARY(sin)); }
+void bi_sinh(Sorn*, VariableTree* p, String& r) { Unary(p, r, LIBM_UNARY(sinh)); }
+void bi_sqrt(Sorn*, VariableTree* p, String& r) { Unary(p, r, LIBM_UNARY(sqrt)); }
+void bi_tan(Sorn*, VariableTree* p, String& r) { Unary(p, r, LIBM_UNARY(tan)); }
+void bi_tanh(Sorn*, VariableTree* p, String& r) { Unary(p, r, LIBM_UNARY(tanh)); }
 
 void bi_power(Sorn*, VariableTree* parameters, String& result) {
-  ExpressionOperator::RealToText(pow(Real(parameters, "number"), Real(parameters, "mantissa")), result);
+  ExpressionOperator::RealToText(MathPower(Real(parameters, "number"), Real(parameters, "mantissa")), result);
 }
 
 void bi_int(Sorn*, VariableTree* parameters, String& result) {

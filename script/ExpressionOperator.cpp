@@ -7,11 +7,13 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "core/Sorn.h"
 #include "script/Format.h"
+#include "script/MathLibrary.h"
 
 namespace {
 
@@ -175,15 +177,14 @@ void ExpressionOperator::RealToText(double value, String& result) {
       return;
     }
   }
-  std::to_chars_result r =
-      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 6);
-  if (r.ec != std::errc()) {
+  int length = snprintf(buffer, sizeof buffer, "%f", value);
+  if (length <= 0 || length >= (int)sizeof buffer) {
     result.assign("", 0);
     return;
   }
   // Back over trailing zeros, then over the point they stood behind.
   // Infinity and NaN have no point and end in a letter.
-  const char* last = r.ptr - 1;
+  const char* last = buffer + length - 1;
   while (last > buffer && *last == '0') last--;
   if (*last == '.') last--;
   result.assign(buffer, (int)(last - buffer + 1));
@@ -206,9 +207,8 @@ int ExpressionOperator::Round(String& result, double value, int digits) {
   if (digits < 0) digits = 6;
   if (digits > kMaxRoundDigits) digits = kMaxRoundDigits;
   char buffer[kRealBuffer + kMaxRoundDigits];
-  std::to_chars_result r =
-      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, digits);
-  result.assign(buffer, r.ec == std::errc() ? (int)(r.ptr - buffer) : 0);
+  int length = snprintf(buffer, sizeof buffer, "%.*f", digits, value);
+  result.assign(buffer, length > 0 && length < (int)sizeof buffer ? length : 0);
   return 1;
 }
 
@@ -284,7 +284,7 @@ int ExpressionOperator::Operate(int opcode, Sorn* sorn, const String& left, cons
       return 1;
     }
     case OpPower:
-      RealToText(pow(ToReal(left), ToReal(right)), result);
+      RealToText(MathPower(ToReal(left), ToReal(right)), result);
       return 1;
     case OpModulo: {
       int32_t divisor = ToInt32(right);
