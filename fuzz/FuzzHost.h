@@ -16,7 +16,24 @@
 #include <cstdio>
 #include <string>
 
+#include "core/NetworkManager.h"
 #include "host/CGISorn.h"
+
+// No input may reach the network: a web call or a mail tag naming a real or
+// unroutable host would wait seconds on a connect. Every look-up fails at
+// once, as an unknown host does.
+class OfflineNetworkManager : public NetworkManager {
+ public:
+  explicit OfflineNetworkManager(Sorn* sorn) : NetworkManager(sorn) {}
+  int GetHostAddress(const String& host, String&) override {
+    Error("Error looking up '" + host + "'");
+    return -1;
+  }
+  NetworkConnection* Connect(const String& host, const int) override {
+    Error("Error looking up '" + host + "'");
+    return nullptr;
+  }
+};
 
 // The engine polls timedout() in its loops and long built-ins, so a shorter
 // answer here is enough to cut every request short.
@@ -24,15 +41,18 @@ class FuzzSorn : public CGISorn {
  public:
   static constexpr int kRequestMilliseconds = 50;
 
-  FuzzSorn(int argc, char** argv) : CGISorn(argc, argv), start_(std::chrono::steady_clock::now()) {}
+  FuzzSorn(int argc, char** argv)
+      : CGISorn(argc, argv), network_(this), start_(std::chrono::steady_clock::now()) {}
 
   int timedout() override {
     auto spent = std::chrono::steady_clock::now() - start_;
     if (spent >= std::chrono::milliseconds(kRequestMilliseconds)) return 1;
     return CGISorn::timedout();
   }
+  NetworkManager* networkmanager() override { return &network_; }
 
  private:
+  OfflineNetworkManager network_;
   std::chrono::steady_clock::time_point start_;
 };
 

@@ -46,6 +46,7 @@ CGISorn::CGISorn(int argc, char** argv)
       scriptuid_(-1),
       scriptgid_(-1),
       contenttype_("text/html"),
+      ownerknown_(0),
       servermode_(0) {
   signal_target = this;
   // Without SA_RESTART a signal also breaks a blocking read or connect on a
@@ -170,6 +171,7 @@ int CGISorn::ProcessConfiguration(const String& path, const String& name) {
     return 0;
   }
   if (!ProcessDataDirectory(name)) return 0;
+  if (config_->loglevel != 0 && !config_->logfile.empty()) LookUpScriptOwner();
   logfile_->SetRequest(username_, scriptuid_, scriptgid_, path, datadirectory_);
   ApplyProcessLimits();
   SetPathVariable();

@@ -136,18 +136,23 @@ int CGISorn::GetScriptInformation(String& path, String& name) {
 
   // From here on the owner of the file is the user, whatever a ~user of the
   // request said.
-  struct passwd* pw = getpwuid(st.st_uid);
+  scriptuid_ = (int)st.st_uid;
+  ownerknown_ = 0;
+  return 1;
+}
+
+void CGISorn::LookUpScriptOwner() {
+  if (ownerknown_) return;
+  ownerknown_ = 1;
+  struct passwd* pw = getpwuid((uid_t)scriptuid_);
   if (pw != nullptr) {
-    scriptuid_ = (int)pw->pw_uid;
     scriptgid_ = (int)pw->pw_gid;
     username_ = pw->pw_name;
     homedirectory_ = pw->pw_dir;
   } else {
-    scriptuid_ = (int)st.st_uid;
     username_ = "#" + Decimal(scriptuid_);
     homedirectory_ = "/";
   }
-  return 1;
 }
 
 int CGISorn::ProcessDataDirectory(const String& name) {
@@ -156,6 +161,7 @@ int CGISorn::ProcessDataDirectory(const String& name) {
     return 0;
   }
   if (servermode_ == 1 || servermode_ == 2) {
+    LookUpScriptOwner();
     const String& userdir = config_->authuserdir;
     datadirectory_ = String();
     // authuserdir is the default grant; the authorization file may replace
