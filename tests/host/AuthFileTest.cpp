@@ -132,6 +132,15 @@ TEST_F(AuthFileTest, DecisionsAreKeptInTheWorkdirTable) {
   EXPECT_EQ(dir(), "");
   Read("bin=/b\n", "/granted/", (int)bin->pw_uid, (int)bin->pw_gid, "bin");
   EXPECT_EQ(dir(), "");
+  // A user no line names leaves no row: the next read asks the file again
+  // and finds nobody else's. (The ids are copied: getpwnam reuses its record.)
+  struct passwd* sys = getpwnam("sys");
+  ASSERT_NE(sys, nullptr);
+  const int sysuid = (int)sys->pw_uid, sysgid = (int)sys->pw_gid;
+  Read("daemon=/x\n", "/granted/", sysuid, sysgid, "sys");
+  EXPECT_EQ(dir(), "/granted/");
+  Read("sys=/s\n", "/granted/", sysuid, sysgid, "sys");
+  EXPECT_EQ(dir(), "/s/");
   // A table that is not one is a configuration error, not a guess.
   FILE* f = fopen((host_.directory_ + "/" + table).c_str(), "w");
   fputs("not a table", f);
