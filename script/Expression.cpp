@@ -128,15 +128,10 @@ int ExpressionTree::ResolveNode(ExpressionNode* node, String& result) {
     return 1;
   }
   if (node->data->IsOperator()) {
-    ExpressionOperator* op = static_cast<ExpressionOperator*>(node->data);
-    if (op->opcode() == OpConcatenate) {  // the left text is ours: grow it in place
-      result = static_cast<String&&>(left);
-      result.cat(right);
-      return 1;
-    }
     String error;
     Sorn* sorn = parser_ ? parser_->sorn() : nullptr;
-    if (!op->Operate(sorn, left, right, result, error)) {
+    ExpressionOperator* op = static_cast<ExpressionOperator*>(node->data);
+    if (!op->Operate(sorn, static_cast<String&&>(left), right, result, error)) {
       if (parser_) parser_->ExpressionError(error);
       return 0;
     }

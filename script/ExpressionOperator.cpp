@@ -262,6 +262,15 @@ int ExpressionOperator::Fmt(String& result, const String& value, const String& p
   return 1;
 }
 
+int ExpressionOperator::Operate(Sorn* sorn, String&& left, const String& right, String& result,
+                                String& error) const {
+  if (info_->opcode != OpConcatenate || &result == &right)
+    return Operate(info_->opcode, sorn, left, right, result, error);
+  result = static_cast<String&&>(left);
+  result.cat(right);
+  return 1;
+}
+
 int ExpressionOperator::Operate(int opcode, Sorn* sorn, const String& left, const String& right,
                                 String& result, String& error) {
   switch (opcode) {

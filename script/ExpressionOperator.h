@@ -96,6 +96,9 @@ class ExpressionOperator : public ExpressionElement {
               String& error) const {
     return Operate(info_->opcode, sorn, left, right, result, error);
   }
+  // The same with a left operand the caller gives up: a concatenation
+  // grows it in place instead of copying it.
+  int Operate(Sorn* sorn, String&& left, const String& right, String& result, String& error) const;
   // The same by operation code; an opcode of OpNone or more returns 1 and
   // leaves `result` alone.
   static int Operate(int opcode, Sorn* sorn, const String& left, const String& right,

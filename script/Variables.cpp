@@ -93,22 +93,24 @@ Variable* Variables::FindSystem(const String& variable) {
   return FindSystem(variable, RemembersSystem() ? NameCache::Hash(variable.chars()) : 0);
 }
 
+// The answer remembered for name, or the search's, then remembered.
+template <class Search>
+static Variable* Recall(NameCache& cache, const String& name, unsigned hash, Search search) {
+  Variable* v = nullptr;
+  if (cache.Find(name.chars(), hash, &v)) return v;
+  v = search();
+  cache.Store(name.chars(), hash, v);
+  return v;
+}
+
 Variable* Variables::FindSystem(const String& variable, unsigned hash) {
   if (!RemembersSystem()) return SearchSystem(variable);
-  Variable* v = nullptr;
-  if (systemfound_.Find(variable.chars(), hash, &v)) return v;
-  v = SearchSystem(variable);
-  systemfound_.Store(variable.chars(), hash, v);
-  return v;
+  return Recall(systemfound_, variable, hash, [&] { return SearchSystem(variable); });
 }
 
 Variable* Variables::FindGlobal(const String& variable, unsigned hash) {
   if (!RemembersGlobal()) return globals_.Find(variable);
-  Variable* v = nullptr;
-  if (globalfound_.Find(variable.chars(), hash, &v)) return v;
-  v = globals_.Find(variable);
-  globalfound_.Store(variable.chars(), hash, v);
-  return v;
+  return Recall(globalfound_, variable, hash, [&] { return globals_.Find(variable); });
 }
 
 Variable* Variables::SearchSystem(const String& variable) {
@@ -282,8 +284,7 @@ String Variables::GetSystemVariableValue(const String& name) {
 }
 
 void Variables::PushLocalVars(VariableTree* frame) {
-  if (frame == nullptr) return;
-  locals_.Push(frame);
+  if (frame != nullptr) locals_.Push(frame);
 }
 
 VariableTree* Variables::PopLocalVars() {
