@@ -32,27 +32,15 @@ class XBaseTableTest : public TableFixture {
   }
 };
 
-const char kItemsHeader[] =
-    "00 00 00 00 c1 00 1f 00 00 00 00 00 00 00 00 00"
-    "00 00 00 00 00 00 00 00 00 00 00 00 4e 41 4d 45"
-    "00 00 00 00 00 00 00 43 00 00 00 00 0a 00 00 00"
-    "00 00 00 00 00 00 00 00 00 00 00 00 51 54 59 00"
-    "00 00 00 00 00 00 00 4e 00 00 00 00 03 00 00 00"
-    "00 00 00 00 00 00 00 00 00 00 00 00 50 52 49 43"
-    "45 00 00 00 00 00 00 4e 00 00 00 00 08 02 00 00"
-    "00 00 00 00 00 00 00 00 00 00 00 00 42 4f 52 4e"
-    "00 00 00 00 00 00 00 44 00 00 00 00 08 00 00 00"
-    "00 00 00 00 00 00 00 00 00 00 00 00 4f 4b 00 00"
-    "00 00 00 00 00 00 00 4c 00 00 00 00 01 00 00 00"
-    "00 00 00 00 00 00 00 00 00 00 00 00 0d";
-
 TEST_F(XBaseTableTest, CreateWritesHeaderDescriptorsAndEndMark) {
   std::unique_ptr<XBaseTable> t = Items();
   std::string bytes = Read("items.dbf");
   ASSERT_EQ(bytes.size(), 194u);
   EXPECT_EQ(bytes[0], 0x03);
   EXPECT_EQ(bytes.substr(1, 3), Today());
-  EXPECT_EQ(bytes.substr(4, 189), Hex(kItemsHeader));
+  EXPECT_EQ(bytes.substr(4, 189), Header(0x03, 0, 193, 31).substr(4) + Descriptor("NAME", 'C', 10) +
+                                    Descriptor("QTY", 'N', 3) + Descriptor("PRICE", 'N', 8, 2) +
+                                    Descriptor("BORN", 'D', 8) + Descriptor("OK", 'L', 1) + "\r");
   EXPECT_EQ(bytes[193], 0x1a);
   EXPECT_EQ(Read("items.dbt"), "<missing>");
   // An empty table: no current record, and Goto(1) fails without a word.
@@ -123,30 +111,20 @@ TEST_F(XBaseTableTest, FieldValuesAreCutAndTrimmedByType) {
   EXPECT_EQ(Data(t.get(), "N"), "");
   EXPECT_EQ(Data(t.get(), "D"), "        ");
   EXPECT_EQ(Data(t.get(), "B"), " ");
-  EXPECT_EQ(Read("codes.dbf").substr(193), std::string(" ABCDE") + "ab    " + "    " + "        " + " " +
-                                                " " + "  x  " + "      " + "    " + "        " + " " +
-                                                "\x1a");
+  EXPECT_EQ(Read("codes.dbf").substr(193), " ABCDEab                 " "   x                     \x1a");
 }
 
-TEST_F(XBaseTableTest, CreateWithMemoMakesFreshMemoFile) {
+TEST_F(XBaseTableTest, MemoFileIsMadeFreshAndTextsStartAtBlocks) {
   std::unique_ptr<XBaseTable> t =
       Create("notes.dbf", {{"TITLE", XBaseCHAR, 8, 0}, {"BODY", XBaseMEMO, 10, 0}});
   std::string bytes = Read("notes.dbf");
   EXPECT_EQ((unsigned char)bytes[0], 0x83);
-  EXPECT_EQ(bytes.substr(4), Hex("00 00 00 00 61 00 13 00 00 00 00 00 00 00 00 00"
-                                 "00 00 00 00 00 00 00 00 00 00 00 00 54 49 54 4c"
-                                 "45 00 00 00 00 00 00 43 00 00 00 00 08 00 00 00"
-                                 "00 00 00 00 00 00 00 00 00 00 00 00 42 4f 44 59"
-                                 "00 00 00 00 00 00 00 4d 00 00 00 00 0a 00 00 00"
-                                 "00 00 00 00 00 00 00 00 00 00 00 00 0d 1a"));
-  std::string memo = Read("notes.dbt");
-  EXPECT_EQ(memo, Hex("01 00 00 00") + std::string(508, '\0') + "\x1a");
+  EXPECT_EQ(bytes.substr(4), Header(0x83, 0, 97, 19).substr(4) + Descriptor("TITLE", 'C', 8) +
+                                 Descriptor("BODY", 'M', 10) + "\r\x1a");
+  EXPECT_EQ(Read("notes.dbt"), Hex("01 00 00 00") + std::string(508, '\0') + "\x1a");
   EXPECT_EQ(t->memodisplayname(), "notes.dbt");
-}
 
-TEST_F(XBaseTableTest, MemoTextsStartAtBlockBoundaries) {
-  std::unique_ptr<XBaseTable> t =
-      Create("notes.dbf", {{"TITLE", XBaseCHAR, 8, 0}, {"BODY", XBaseMEMO, 10, 0}});
+  // Memo texts start at block boundaries.
   Add(t.get(), {{"TITLE", "one"}, {"BODY", "hello"}});
   Add(t.get(), {{"TITLE", "two"}, {"BODY", "second text"}});
   // An empty text takes no block and leaves ten blanks.
@@ -231,9 +209,13 @@ TEST_F(XBaseTableTest, DirtyMemoIsStoredAgainByEachUpdateUntilRead) {
 }
 
 TEST_F(XBaseTableTest, DeleteAndUndeleteWriteOnlyTheFlagAndStampTheDate) {
+  // The header date is the UTC date: a zone fourteen hours ahead puts the
+  // local date a day after the UTC date for most of the day.
+  ScopedTimeZone ahead("XYZ-14");
   std::unique_ptr<XBaseTable> t = Stock();
-  // A stale date shows that the flag writes stamp the header again.
   std::string bytes = Read("stock.dbf");
+  EXPECT_EQ(bytes.substr(1, 3), Today());
+  // A stale date shows that the flag writes stamp the header again.
   bytes[1] = bytes[2] = bytes[3] = 0;
   Write("stock.dbf", bytes);
   ASSERT_EQ(t->Goto(2), 1);
@@ -300,25 +282,11 @@ TEST_F(XBaseTableTest, SwapOriginalShowsTheRecordAsOnDisk) {
 }
 
 TEST_F(XBaseTableTest, ReadsTableWrittenElsewhere) {
+  // Each record: flag, NAME (8), AGE (3), SINCE (8), VIP (1).
   std::string file = Header(0x03, 4, 161, 21) + Descriptor("NAME", 'C', 8) + Descriptor("AGE", 'N', 3) +
                      Descriptor("SINCE", 'D', 8) + Descriptor("VIP", 'L', 1) + "\r" +
-                     " Ann     "
-                     " 42"
-                     "20010915"
-                     "Y"
-                     "*Bob     "
-                     "  7"
-                     "        "
-                     "n"
-                     "x  Cy    "
-                     "   "
-                     "19800229"
-                     "t"
-                     "         "
-                     "100"
-                     "19991231"
-                     "?"
-                     "\x1a";
+                     " Ann      4220010915Y" "*Bob       7        n" "x  Cy       19800229t"
+                     "         10019991231?\x1a";
   Write("people.dbf", file);
   std::unique_ptr<XBaseTable> t = Open("people.dbf");
   EXPECT_EQ(t->recordcount(), 4u);
@@ -413,19 +381,9 @@ TEST_F(XBaseTableTest, CreateFailuresAndMissingFiles) {
 
 TEST_F(XBaseTableTest, ReadsMemoWrittenElsewhere) {
   std::string head =
-      Header(0x83, 5, 97, 17) + Descriptor("TITLE", 'C', 6) + Descriptor("BODY", 'M', 10) + "\r";
-  Write("memos.dbf", head +
-                              " first          1"
-                              " lead0 0000000003"
-                              " blank           "
-                              " zero           0"
-                              " tail           4"
-                              " far  9999999999"
-                              "\x1a");
-  // Patch the count to six records.
-  std::string dbf = Read("memos.dbf");
-  dbf[4] = 6;
-  Write("memos.dbf", dbf);
+      Header(0x83, 6, 97, 17) + Descriptor("TITLE", 'C', 6) + Descriptor("BODY", 'M', 10) + "\r";
+  Write("memos.dbf", head + " first          1 lead0 0000000003 blank            zero           0" +
+                         " tail           4 far  9999999999\x1a");
   std::string memo = Hex("05 00 00 00") + std::string("junk in the reserved bytes") + std::string(482, '#');
   std::string long_text;
   for (int i = 0; i < 60; i++) long_text += "abcdefghij";
@@ -457,14 +415,6 @@ TEST_F(XBaseTableTest, ZeroLengthFieldIsAccepted) {
   t->Field("ID")->Set("xyz", -1);
   ASSERT_EQ(t->Update(), 1);
   EXPECT_EQ(Read("zero.dbf").substr(97), " xyz\x1a");
-}
-
-TEST_F(XBaseTableTest, HeaderDateIsTheUTCDate) {
-  // A zone fourteen hours ahead puts the local date a day after the UTC
-  // date for most of the day.
-  ScopedTimeZone ahead("XYZ-14");
-  std::unique_ptr<XBaseTable> t = Stock();
-  EXPECT_EQ(Read("stock.dbf").substr(1, 3), Today());
 }
 
 }  // namespace
