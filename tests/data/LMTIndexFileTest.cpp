@@ -66,17 +66,11 @@ TEST_F(LMTIndexFileTest, NewFileIsAHeaderAndAnEmptyRoot) {
   EXPECT_EQ(Header(), "updates 0 pages 2 root 1 size 2048");
   EXPECT_EQ(index_.keyexpression(), "{ code }");
 
-  long recno = 7;
-  EXPECT_EQ(index_._First(&recno, 1), 1);
-  EXPECT_EQ(recno, 0);
-  recno = 7;
-  EXPECT_EQ(index_._Last(&recno, 1), 1);
-  EXPECT_EQ(recno, 0);
-  recno = 7;
-  EXPECT_EQ(index_._Find("a", 0, &recno, 1), 1);
-  EXPECT_EQ(recno, 0);
-  EXPECT_EQ(index_._Next(&recno, 1), 1);
-  EXPECT_EQ(recno, 0);
+  long first = 7, last = 7, found = 7;
+  EXPECT_TRUE(index_._First(&first, 1) && index_._Last(&last, 1) && index_._Find("a", 0, &found, 1));
+  EXPECT_EQ(std::vector<long>({first, last, found}), std::vector<long>({0, 0, 0}));
+  EXPECT_EQ(index_._Next(&found, 1), 1);
+  EXPECT_EQ(found, 0);
 
   // The key expression is cut to its field; nothing is written behind it.
   ASSERT_EQ(index_.Create(Path().c_str(), "x.snx", std::string(450, 'x').c_str(), 0), 1);
@@ -223,7 +217,7 @@ TEST_F(LMTIndexFileTest, LongKeysAreCutTo99Bytes) {
   EXPECT_EQ(Forward(), (std::vector<long>{3, 2}));
 }
 
-TEST_F(LMTIndexFileTest, FindsByPrefixAndExactly) {
+TEST_F(LMTIndexFileTest, FindsByPrefixAndExactlyBothWays) {
   const char* keys[] = {"apple", "apricot", "banana", "band", "bandana", "cherry"};
   Create();
   for (int i = 0; i < 6; i++) Insert(i + 1, keys[i]);
@@ -243,14 +237,11 @@ TEST_F(LMTIndexFileTest, FindsByPrefixAndExactly) {
   index_._Find("bb", 1, &recno, 1);
   index_._Prev(&recno, 1);
   EXPECT_EQ(recno, 5);
-}
 
-TEST_F(LMTIndexFileTest, DescendingPrefixFind) {
-  const char* keys[] = {"apple", "apricot", "banana", "band", "bandana", "cherry"};
-  Create(LMTIndexDescending);
+  // Descending, a prefix find stands on the first key it begins in that order.
+  Create(LMTIndexDescending, "d.snx");
   for (int i = 0; i < 6; i++) Insert(i + 1, keys[i]);
   EXPECT_EQ(Forward(), (std::vector<long>{6, 5, 4, 3, 2, 1}));
-  long recno = 0;
   ASSERT_EQ(index_._Find("ban", 0, &recno, 1), 1);
   std::vector<long> seen{recno};
   for (int i = 0; i < 3; i++) {
@@ -424,7 +415,8 @@ class LMTIndexDamageTest : public IndexFixture {
   }
 };
 
-TEST_F(LMTIndexDamageTest, TooManyEntries) {
+// Too many entries, a page beyond numpages, a page that points at itself.
+TEST_F(LMTIndexDamageTest, BadCountsAndChildren) {
   Patch32(1024 * 3, 10);  // (1024 - 4) / 108 is 9
   ExpectAllFail(
       "Error reading from 'x.snx': File is corrupt (the number of entries is larger than the maximum entries "
@@ -432,21 +424,17 @@ TEST_F(LMTIndexDamageTest, TooManyEntries) {
   Patch32(1024 * 3, 9);  // fits in the page, though above the order
   long recno = 0;
   EXPECT_EQ(index_._First(&recno, 1), 1);
-}
 
-TEST_F(LMTIndexDamageTest, PageBeyondNumPages) {
   Patch32(1024 * 3 + 4, 7);
   ExpectAllFail("Error reading from 'x.snx': File is corrupt");
   Patch32(13, 4);  // a root equal to numpages passes the check but is not there
   ExpectAllFail("Error reading from 'x.snx': File is corrupt");
-}
+  Patch32(13, 3);
 
-TEST_F(LMTIndexDamageTest, PageThatPointsAtItself) {
   Patch32(1024 * 3 + 4, 3);
   ExpectAllFail("Error reading from 'x.snx': File is corrupt");
   Patch32(1024 * 3 + 4, 1);
   Patch32(1024 * 1 + 4 + 2 * 108, 3);  // a leaf's child leads back to the root
-  long recno = 0;
   EXPECT_EQ(index_._Find("c", 1, &recno, 1), 0);
   EXPECT_EQ(index_.error(), "Error reading from 'x.snx': File is corrupt");
   EXPECT_EQ(index_.Insert(10, "c"), 0);
