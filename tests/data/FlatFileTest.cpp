@@ -92,7 +92,8 @@ TEST(FlatFile, ExportedValuesReadBackUnchangedBarTheDelimiter) {
   out.SetExportDelimiter("<|>");
   Variables* vars = f.host.vars();
   for (const auto& row : rows) {
-    for (int c = 0; c < 3; c++) vars->SetVariable(String(&"xyz"[c], 1), String(row[c].data(), (int)row[c].size()));
+    for (int c = 0; c < 3; c++)
+      vars->SetVariable(String(&"xyz"[c], 1), String(row[c].data(), (int)row[c].size()));
     ASSERT_TRUE(out.ExportRecord()) << out.error().chars();
   }
   FlatFile in(f.parser);

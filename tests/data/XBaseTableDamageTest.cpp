@@ -174,15 +174,16 @@ TEST_F(XBaseTableDamageTest, RecordCountBeyondTheFile) {
 
 TEST_F(XBaseTableDamageTest, MemoBlockNumbersOutOfRange) {
   const std::string nines(26, '9');
-  const std::pair<std::string, long> numbers[] = {{"  12", 12}, {"0000000003", 3}, {"12ab", 12}, {"", 0},
-                                                  {"x1", 0},    {nines, 0x100000000L}, {"-" + nines, -0x100000000L}};
+  const std::pair<std::string, long> numbers[] = {
+      {"  12", 12},          {"0000000003", 3},           {"12ab", 12}, {"", 0}, {"x1", 0},
+      {nines, 0x100000000L}, {"-" + nines, -0x100000000L}};
   for (const auto& n : numbers) EXPECT_EQ(XBaseTable::MemoBlockNumber(n.first.c_str()), n.second) << n.first;
 
   // A memo field of 40 bytes with numbers far past the file, and a negative
   // one, which no file position can hold.
   std::string head = Header(0x83, 3, 65, 41) + Descriptor("BODY", 'M', 40) + "\r";
   Write("s.dbf", head + " " + std::string(39, ' ') + "9" + " " + std::string(40, '9') + " " +
-                          std::string(38, ' ') + "-3" + "\x1a");
+                     std::string(38, ' ') + "-3" + "\x1a");
   Write("s.dbt", Hex("02 00 00 00") + std::string(508, '\0') + "text\x1a\x1a");
   std::unique_ptr<XBaseTable> t = Open("s.dbf");
   std::string bodies;
