@@ -103,13 +103,46 @@ TEST_F(LMTIndexFileTest, NinthKeySplitsThePage) {
 
 // Each key sequence leaves the update count, page count and root that a
 // build of the same records by any engine with this file format leaves.
-TEST_F(LMTIndexFileTest, KeySequencesLeaveTheseHeaders) {
+TEST_F(LMTIndexFileTest, DeepTreeWalksAndKeySequencesLeaveTheseHeaders) {
   std::map<long, std::string> keys;
   Create();
   for (int i = 1; i <= 100; i++) Insert(i, keys[i] = ScrambledKey(i));
   EXPECT_EQ(Header(), "updates 100 pages 19 root 13 size 19456");
   EXPECT_EQ(Forward(), TextOrder(keys));
   EXPECT_EQ(Problems(100), "");
+
+  // Finds that end on a key in the root, in an inner page and in a leaf of a
+  // three-level tree, then steps across page boundaries both ways.
+  auto walk = [&](const char* start, int exact, std::vector<int> steps) {
+    long recno = 0;
+    EXPECT_EQ(index_._Find(start, exact, &recno, 1), 1);
+    std::string text = keys[recno];
+    for (int step : steps) {
+      for (int i = 0; i < (step < 0 ? -step : step); i++)
+        EXPECT_EQ(step < 0 ? index_._Prev(&recno, 1) : index_._Next(&recno, 1), 1);
+      text += " " + (recno ? keys[recno] : "EOF");
+    }
+    return text;
+  };
+  EXPECT_EQ(walk("k53", 1, {1, -2}), "k53 k54 k52");
+  EXPECT_EQ(walk("k3", 1, {-1, 2}), "k3 k29 k30");
+  EXPECT_EQ(walk("k4", 0, {5, -6}), "k4 k44 k39");
+  EXPECT_EQ(walk("k87", 1, {-9, 12}), "k87 k79 k9");
+  EXPECT_EQ(walk("k99", 1, {1}), "k99 EOF");
+  EXPECT_EQ(walk("k1", 1, {-1}), "k1 EOF");
+
+  // Seek stands on one record wherever it sits.
+  for (long r : {26L, 1L, 100L, 11L, 50L}) {
+    long found = 0, recno = 0;
+    ASSERT_EQ(index_._Seek(keys[r].c_str(), r, 1, &found), 1);
+    EXPECT_EQ(found, r);
+    std::vector<long> order = TextOrder(keys);
+    size_t at = std::find(order.begin(), order.end(), r) - order.begin();
+    index_._Next(&recno, 1);
+    EXPECT_EQ(recno, at + 1 < order.size() ? order[at + 1] : 0) << keys[r];
+    index_._Prev(&recno, 1);
+    EXPECT_EQ(recno, r);
+  }
 
   // Sixty key changes, each a delete of the old key and an insert of the
   // new: pages borrow, merge and split all over the tree.
@@ -252,50 +285,6 @@ TEST_F(LMTIndexFileTest, FindsByPrefixAndExactlyBothWays) {
   index_._Last(&recno, 1);
   EXPECT_EQ(recno, 1);
 }
-
-// Finds that end on a key in the root, in an inner page and in a leaf of a
-// three-level tree, then steps across page boundaries both ways.
-TEST_F(LMTIndexFileTest, StepsFromFindsInADeepTree) {
-  std::map<std::string, long> record;
-  std::map<long, std::string> key;
-  Create();
-  for (int i = 1; i <= 100; i++) {
-    Insert(i, ScrambledKey(i));
-    record[ScrambledKey(i)] = i;
-    key[i] = ScrambledKey(i);
-  }
-  auto walk = [&](const char* start, int exact, std::vector<int> steps) {
-    long recno = 0;
-    EXPECT_EQ(index_._Find(start, exact, &recno, 1), 1);
-    std::string text = key[recno];
-    for (int step : steps) {
-      for (int i = 0; i < (step < 0 ? -step : step); i++)
-        EXPECT_EQ(step < 0 ? index_._Prev(&recno, 1) : index_._Next(&recno, 1), 1);
-      text += " " + (recno ? key[recno] : "EOF");
-    }
-    return text;
-  };
-  EXPECT_EQ(walk("k53", 1, {1, -2}), "k53 k54 k52");
-  EXPECT_EQ(walk("k3", 1, {-1, 2}), "k3 k29 k30");
-  EXPECT_EQ(walk("k4", 0, {5, -6}), "k4 k44 k39");
-  EXPECT_EQ(walk("k87", 1, {-9, 12}), "k87 k79 k9");
-  EXPECT_EQ(walk("k99", 1, {1}), "k99 EOF");
-  EXPECT_EQ(walk("k1", 1, {-1}), "k1 EOF");
-
-  // Seek stands on one record wherever it sits.
-  for (long r : {26L, 1L, 100L, 11L, 50L}) {
-    long found = 0, recno = 0;
-    ASSERT_EQ(index_._Seek(key[r].c_str(), r, 1, &found), 1);
-    EXPECT_EQ(found, r);
-    std::vector<long> order = TextOrder(key);
-    size_t at = std::find(order.begin(), order.end(), r) - order.begin();
-    index_._Next(&recno, 1);
-    EXPECT_EQ(recno, at + 1 < order.size() ? order[at + 1] : 0) << key[r];
-    index_._Prev(&recno, 1);
-    EXPECT_EQ(recno, r);
-  }
-}
-
 // Deleting every key of a deep tree merges it back to one page; no page is
 // given back and every step leaves a sound tree.
 TEST_F(LMTIndexFileTest, DeletingEverythingKeepsThePages) {
