@@ -186,9 +186,7 @@ TEST_F(XBaseTableDamageTest, MemoBlockNumbersOutOfRange) {
                      std::string(38, ' ') + "-3" + "\x1a");
   Write("s.dbt", Hex("02 00 00 00") + std::string(508, '\0') + "text\x1a\x1a");
   std::unique_ptr<XBaseTable> t = Open("s.dbf");
-  std::string bodies;
-  for (int i = 1; i <= 3; i++) bodies += (t->Goto(i) ? Data(t.get(), "BODY") : "<no record>") + "|";
-  EXPECT_EQ(bodies, "||<null>|");
+  EXPECT_EQ(Rows(t.get()), "\n\n<null>\n");
   EXPECT_EQ(t->error(), "Error reading from 's.dbt': Invalid argument");
 }
 
