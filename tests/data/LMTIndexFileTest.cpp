@@ -198,7 +198,7 @@ TEST_F(LMTIndexFileTest, EqualKeysNewestFirst) {
   EXPECT_EQ(recno, 0) << "the seek ran off the end";
 }
 
-TEST_F(LMTIndexFileTest, UniqueRefusesAnEqualKey) {
+TEST_F(LMTIndexFileTest, UniqueRefusesAnEqualKeyNumbersByValue) {
   Create(LMTIndexUnique);
   Insert(1, "1");
   EXPECT_EQ(index_.Insert(2, "1.0"), 0);
@@ -220,14 +220,13 @@ TEST_F(LMTIndexFileTest, UniqueRefusesAnEqualKey) {
   EXPECT_EQ(index_.Insert(4, "a"), 0);
   EXPECT_EQ(Page(1), "0|2:a 0|1:b 0|3:c 0");
   EXPECT_EQ(Header(), "updates 3 pages 2 root 1 size 2048");
-}
 
-TEST_F(LMTIndexFileTest, NumbersSortByValueUnlessString) {
+  // Numbers sort by value unless the index is of strings.
   const char* keys[] = {"10", "9.5", "100", "2", "-3", "1.0", "1", ".5"};
-  Create();
+  Create(0, "n.snx");
   for (int i = 0; i < 8; i++) Insert(i + 1, keys[i]);
   EXPECT_EQ(Forward(), (std::vector<long>{5, 8, 7, 6, 4, 2, 1, 3}));
-  Create(LMTIndexString, "s.snx");
+  Create(LMTIndexString, "ns.snx");
   for (int i = 0; i < 8; i++) Insert(i + 1, keys[i]);
   EXPECT_EQ(Forward(), (std::vector<long>{5, 8, 7, 6, 1, 3, 4, 2}));
 }

@@ -120,9 +120,7 @@ TEST_F(XBaseTableDamageTest, RecordLengthShorterThanTheFieldsReadsBlanksBeyondIt
   Write("s.dbf", Header(0x03, 2, 97, 5) + Descriptor("A", 'C', 4) + Descriptor("B", 'C', 4) + "\r" +
                           " abcd" + " efgh" + "\x1a");
   std::unique_ptr<XBaseTable> t = Open("s.dbf");
-  ASSERT_EQ(t->Goto(2), 1);
-  EXPECT_EQ(Data(t.get(), "A"), "efgh");
-  EXPECT_EQ(Data(t.get(), "B"), "");
+  EXPECT_EQ(Rows(t.get()), "abcd|\nefgh|\n");
   // Writing back writes the header's record length, not the fields'.
   t->Field("B")->Set("zzzz", -1);
   ASSERT_EQ(t->Update(), 1);

@@ -290,11 +290,7 @@ TEST_F(XBaseTableTest, ReaderTrustsOnlyWhatItNeeds) {
   Write("loose.dbf", head + a + b + "Z" + "surplus header bytes" + " abcd 12##*xy    5##\x1a");
   std::unique_ptr<XBaseTable> t = Open("loose.dbf");
   ASSERT_EQ(t->fields()->Entries(), 2);
-  ASSERT_EQ(t->Goto(1), 1);
-  EXPECT_EQ(Data(t.get(), "WORD") + "|" + Data(t.get(), "NUM"), "abcd|12");
-  ASSERT_EQ(t->Goto(2), 1);
-  EXPECT_EQ(t->deleted(), 1);
-  EXPECT_EQ(Data(t.get(), "WORD") + "|" + Data(t.get(), "NUM"), "xy|5");
+  EXPECT_EQ(Rows(t.get()), "abcd|12\n*xy|5\n");
 }
 
 TEST_F(XBaseTableTest, OpenFailuresNameTheFileAsDisplayed) {
