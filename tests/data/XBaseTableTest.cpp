@@ -161,15 +161,14 @@ TEST_F(XBaseTableTest, UpdatedMemoGoesToNewBlockAndEmptyTextToBlanks) {
   EXPECT_EQ(memo.substr(1024, 4), "v2\x1a\x1a");
   EXPECT_EQ(memo.substr(1536), "other\x1a\x1a");
   EXPECT_EQ(Rows(t.get()), "v2\n\n");
-}
 
-TEST_F(XBaseTableTest, DirtyMemoIsStoredAgainByEachUpdateUntilRead) {
-  std::unique_ptr<XBaseTable> t = Create("n.dbf", {{"BODY", XBaseMEMO, 10, 0}});
+  // A dirty memo is stored again by each update until it is read.
+  t = Create("d.dbf", {{"BODY", XBaseMEMO, 10, 0}});
   Add(t.get(), {{"BODY", "x"}});
   ASSERT_EQ(t->Update(), 1);
   ASSERT_EQ(t->Update(), 1);
   EXPECT_EQ(t->nextfreeblock(), 4);
-  EXPECT_EQ(Read("n.dbf").substr(65), "          3\x1a");
+  EXPECT_EQ(Read("d.dbf").substr(65), "          3\x1a");
   // After a read the block number is written back as it stands.
   ASSERT_EQ(t->Goto(1), 1);
   ASSERT_EQ(t->Update(), 1);
@@ -181,7 +180,7 @@ TEST_F(XBaseTableTest, DirtyMemoIsStoredAgainByEachUpdateUntilRead) {
   ASSERT_EQ(t->Update(), 1);
   ASSERT_EQ(t->Goto(1), 1);
   EXPECT_EQ(Data(t.get(), "BODY"), "cut");
-  EXPECT_EQ(Read("n.dbt").substr(2048, 4), "ab\x1a\x1a");
+  EXPECT_EQ(Read("d.dbt").substr(2048, 4), "ab\x1a\x1a");
 }
 
 TEST_F(XBaseTableTest, DeleteAndUndeleteWriteOnlyTheFlagAndStampTheDate) {
