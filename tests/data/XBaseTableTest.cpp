@@ -39,8 +39,8 @@ TEST_F(XBaseTableTest, CreateWritesHeaderDescriptorsAndEndMark) {
   EXPECT_EQ(bytes[0], 0x03);
   EXPECT_EQ(bytes.substr(1, 3), Today());
   EXPECT_EQ(bytes.substr(4, 189), Header(0x03, 0, 193, 31).substr(4) + Descriptor("NAME", 'C', 10) +
-                                    Descriptor("QTY", 'N', 3) + Descriptor("PRICE", 'N', 8, 2) +
-                                    Descriptor("BORN", 'D', 8) + Descriptor("OK", 'L', 1) + "\r");
+                                      Descriptor("QTY", 'N', 3) + Descriptor("PRICE", 'N', 8, 2) +
+                                      Descriptor("BORN", 'D', 8) + Descriptor("OK", 'L', 1) + "\r");
   EXPECT_EQ(bytes[193], 0x1a);
   EXPECT_EQ(Read("items.dbt"), "<missing>");
   // An empty table: no current record, and Goto(1) fails without a word.
@@ -97,7 +97,9 @@ TEST_F(XBaseTableTest, FieldValuesAreCutAndTrimmedByType) {
   // CHAR keeps leading blanks; blank NUMBER, CHAR read empty; DATE and BOOL
   // come back as the bytes stand.
   EXPECT_EQ(Rows(t.get()), "ABCDE|ab||        | \n  x|||        | \n");
-  EXPECT_EQ(Read("codes.dbf").substr(193), " ABCDEab                 " "   x                     \x1a");
+  EXPECT_EQ(Read("codes.dbf").substr(193),
+            " ABCDEab                 "
+            "   x                     \x1a");
 }
 
 TEST_F(XBaseTableTest, MemoFileIsMadeFreshAndTextsStartAtBlocks) {
@@ -260,7 +262,9 @@ TEST_F(XBaseTableTest, ReadsTableWrittenElsewhere) {
   // Each record: flag, NAME (8), AGE (3), SINCE (8), VIP (1).
   std::string file = Header(0x03, 4, 161, 21) + Descriptor("NAME", 'C', 8) + Descriptor("AGE", 'N', 3) +
                      Descriptor("SINCE", 'D', 8) + Descriptor("VIP", 'L', 1) + "\r" +
-                     " Ann      4220010915Y" "*Bob       7        n" "x  Cy       19800229t"
+                     " Ann      4220010915Y"
+                     "*Bob       7        n"
+                     "x  Cy       19800229t"
                      "         10019991231?\x1a";
   Write("people.dbf", file);
   std::unique_ptr<XBaseTable> t = Open("people.dbf");
