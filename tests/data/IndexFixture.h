@@ -39,24 +39,15 @@ class IndexFixture : public ::testing::Test {
   }
 
   // Record numbers in key order, and in reverse from the last key.
-  std::vector<long> Forward(LMTIndexFile* index = nullptr) {
-    index = index ? index : &index_;
+  std::vector<long> Forward(LMTIndexFile* index = nullptr) { return Walk(index ? index : &index_, false); }
+  std::vector<long> Backward() { return Walk(&index_, true); }
+  std::vector<long> Walk(LMTIndexFile* index, bool backward) {
     std::vector<long> records;
     long recno = 0;
-    EXPECT_EQ(index->_First(&recno, 1), 1) << index->error().chars();
+    EXPECT_EQ(backward ? index->_Last(&recno, 1) : index->_First(&recno, 1), 1) << index->error().chars();
     while (recno != 0 && records.size() < 1000000) {
       records.push_back(recno);
-      EXPECT_EQ(index->_Next(&recno, 1), 1) << index->error().chars();
-    }
-    return records;
-  }
-  std::vector<long> Backward() {
-    std::vector<long> records;
-    long recno = 0;
-    EXPECT_EQ(index_._Last(&recno, 1), 1) << index_.error().chars();
-    while (recno != 0 && records.size() < 1000000) {
-      records.push_back(recno);
-      EXPECT_EQ(index_._Prev(&recno, 1), 1) << index_.error().chars();
+      EXPECT_EQ(backward ? index->_Prev(&recno, 1) : index->_Next(&recno, 1), 1) << index->error().chars();
     }
     return records;
   }

@@ -66,17 +66,11 @@ TEST_F(LMTIndexFileTest, NewFileIsAHeaderAndAnEmptyRoot) {
   EXPECT_EQ(Header(), "updates 0 pages 2 root 1 size 2048");
   EXPECT_EQ(index_.keyexpression(), "{ code }");
 
-  long recno = 7;
-  EXPECT_EQ(index_._First(&recno, 1), 1);
-  EXPECT_EQ(recno, 0);
-  recno = 7;
-  EXPECT_EQ(index_._Last(&recno, 1), 1);
-  EXPECT_EQ(recno, 0);
-  recno = 7;
-  EXPECT_EQ(index_._Find("a", 0, &recno, 1), 1);
-  EXPECT_EQ(recno, 0);
-  EXPECT_EQ(index_._Next(&recno, 1), 1);
-  EXPECT_EQ(recno, 0);
+  long first = 7, last = 7, found = 7;
+  EXPECT_TRUE(index_._First(&first, 1) && index_._Last(&last, 1) && index_._Find("a", 0, &found, 1));
+  EXPECT_EQ(std::vector<long>({first, last, found}), std::vector<long>({0, 0, 0}));
+  EXPECT_EQ(index_._Next(&found, 1), 1);
+  EXPECT_EQ(found, 0);
 
   // The key expression is cut to its field; nothing is written behind it.
   ASSERT_EQ(index_.Create(Path().c_str(), "x.snx", std::string(450, 'x').c_str(), 0), 1);
@@ -109,13 +103,46 @@ TEST_F(LMTIndexFileTest, NinthKeySplitsThePage) {
 
 // Each key sequence leaves the update count, page count and root that a
 // build of the same records by any engine with this file format leaves.
-TEST_F(LMTIndexFileTest, KeySequencesLeaveTheseHeaders) {
+TEST_F(LMTIndexFileTest, DeepTreeWalksAndKeySequencesLeaveTheseHeaders) {
   std::map<long, std::string> keys;
   Create();
   for (int i = 1; i <= 100; i++) Insert(i, keys[i] = ScrambledKey(i));
   EXPECT_EQ(Header(), "updates 100 pages 19 root 13 size 19456");
   EXPECT_EQ(Forward(), TextOrder(keys));
   EXPECT_EQ(Problems(100), "");
+
+  // Finds that end on a key in the root, in an inner page and in a leaf of a
+  // three-level tree, then steps across page boundaries both ways.
+  auto walk = [&](const char* start, int exact, std::vector<int> steps) {
+    long recno = 0;
+    EXPECT_EQ(index_._Find(start, exact, &recno, 1), 1);
+    std::string text = keys[recno];
+    for (int step : steps) {
+      for (int i = 0; i < (step < 0 ? -step : step); i++)
+        EXPECT_EQ(step < 0 ? index_._Prev(&recno, 1) : index_._Next(&recno, 1), 1);
+      text += " " + (recno ? keys[recno] : "EOF");
+    }
+    return text;
+  };
+  EXPECT_EQ(walk("k53", 1, {1, -2}), "k53 k54 k52");
+  EXPECT_EQ(walk("k3", 1, {-1, 2}), "k3 k29 k30");
+  EXPECT_EQ(walk("k4", 0, {5, -6}), "k4 k44 k39");
+  EXPECT_EQ(walk("k87", 1, {-9, 12}), "k87 k79 k9");
+  EXPECT_EQ(walk("k99", 1, {1}), "k99 EOF");
+  EXPECT_EQ(walk("k1", 1, {-1}), "k1 EOF");
+
+  // Seek stands on one record wherever it sits.
+  for (long r : {26L, 1L, 100L, 11L, 50L}) {
+    long found = 0, recno = 0;
+    ASSERT_EQ(index_._Seek(keys[r].c_str(), r, 1, &found), 1);
+    EXPECT_EQ(found, r);
+    std::vector<long> order = TextOrder(keys);
+    size_t at = std::find(order.begin(), order.end(), r) - order.begin();
+    index_._Next(&recno, 1);
+    EXPECT_EQ(recno, at + 1 < order.size() ? order[at + 1] : 0) << keys[r];
+    index_._Prev(&recno, 1);
+    EXPECT_EQ(recno, r);
+  }
 
   // Sixty key changes, each a delete of the old key and an insert of the
   // new: pages borrow, merge and split all over the tree.
@@ -171,7 +198,7 @@ TEST_F(LMTIndexFileTest, EqualKeysNewestFirst) {
   EXPECT_EQ(recno, 0) << "the seek ran off the end";
 }
 
-TEST_F(LMTIndexFileTest, UniqueRefusesAnEqualKey) {
+TEST_F(LMTIndexFileTest, UniqueRefusesAnEqualKeyNumbersByValue) {
   Create(LMTIndexUnique);
   Insert(1, "1");
   EXPECT_EQ(index_.Insert(2, "1.0"), 0);
@@ -193,14 +220,13 @@ TEST_F(LMTIndexFileTest, UniqueRefusesAnEqualKey) {
   EXPECT_EQ(index_.Insert(4, "a"), 0);
   EXPECT_EQ(Page(1), "0|2:a 0|1:b 0|3:c 0");
   EXPECT_EQ(Header(), "updates 3 pages 2 root 1 size 2048");
-}
 
-TEST_F(LMTIndexFileTest, NumbersSortByValueUnlessString) {
+  // Numbers sort by value unless the index is of strings.
   const char* keys[] = {"10", "9.5", "100", "2", "-3", "1.0", "1", ".5"};
-  Create();
+  Create(0, "n.snx");
   for (int i = 0; i < 8; i++) Insert(i + 1, keys[i]);
   EXPECT_EQ(Forward(), (std::vector<long>{5, 8, 7, 6, 4, 2, 1, 3}));
-  Create(LMTIndexString, "s.snx");
+  Create(LMTIndexString, "ns.snx");
   for (int i = 0; i < 8; i++) Insert(i + 1, keys[i]);
   EXPECT_EQ(Forward(), (std::vector<long>{5, 8, 7, 6, 1, 3, 4, 2}));
 }
@@ -223,7 +249,7 @@ TEST_F(LMTIndexFileTest, LongKeysAreCutTo99Bytes) {
   EXPECT_EQ(Forward(), (std::vector<long>{3, 2}));
 }
 
-TEST_F(LMTIndexFileTest, FindsByPrefixAndExactly) {
+TEST_F(LMTIndexFileTest, FindsByPrefixAndExactlyBothWays) {
   const char* keys[] = {"apple", "apricot", "banana", "band", "bandana", "cherry"};
   Create();
   for (int i = 0; i < 6; i++) Insert(i + 1, keys[i]);
@@ -243,14 +269,11 @@ TEST_F(LMTIndexFileTest, FindsByPrefixAndExactly) {
   index_._Find("bb", 1, &recno, 1);
   index_._Prev(&recno, 1);
   EXPECT_EQ(recno, 5);
-}
 
-TEST_F(LMTIndexFileTest, DescendingPrefixFind) {
-  const char* keys[] = {"apple", "apricot", "banana", "band", "bandana", "cherry"};
-  Create(LMTIndexDescending);
+  // Descending, a prefix find stands on the first key it begins in that order.
+  Create(LMTIndexDescending, "d.snx");
   for (int i = 0; i < 6; i++) Insert(i + 1, keys[i]);
   EXPECT_EQ(Forward(), (std::vector<long>{6, 5, 4, 3, 2, 1}));
-  long recno = 0;
   ASSERT_EQ(index_._Find("ban", 0, &recno, 1), 1);
   std::vector<long> seen{recno};
   for (int i = 0; i < 3; i++) {
@@ -261,50 +284,6 @@ TEST_F(LMTIndexFileTest, DescendingPrefixFind) {
   index_._Last(&recno, 1);
   EXPECT_EQ(recno, 1);
 }
-
-// Finds that end on a key in the root, in an inner page and in a leaf of a
-// three-level tree, then steps across page boundaries both ways.
-TEST_F(LMTIndexFileTest, StepsFromFindsInADeepTree) {
-  std::map<std::string, long> record;
-  std::map<long, std::string> key;
-  Create();
-  for (int i = 1; i <= 100; i++) {
-    Insert(i, ScrambledKey(i));
-    record[ScrambledKey(i)] = i;
-    key[i] = ScrambledKey(i);
-  }
-  auto walk = [&](const char* start, int exact, std::vector<int> steps) {
-    long recno = 0;
-    EXPECT_EQ(index_._Find(start, exact, &recno, 1), 1);
-    std::string text = key[recno];
-    for (int step : steps) {
-      for (int i = 0; i < (step < 0 ? -step : step); i++)
-        EXPECT_EQ(step < 0 ? index_._Prev(&recno, 1) : index_._Next(&recno, 1), 1);
-      text += " " + (recno ? key[recno] : "EOF");
-    }
-    return text;
-  };
-  EXPECT_EQ(walk("k53", 1, {1, -2}), "k53 k54 k52");
-  EXPECT_EQ(walk("k3", 1, {-1, 2}), "k3 k29 k30");
-  EXPECT_EQ(walk("k4", 0, {5, -6}), "k4 k44 k39");
-  EXPECT_EQ(walk("k87", 1, {-9, 12}), "k87 k79 k9");
-  EXPECT_EQ(walk("k99", 1, {1}), "k99 EOF");
-  EXPECT_EQ(walk("k1", 1, {-1}), "k1 EOF");
-
-  // Seek stands on one record wherever it sits.
-  for (long r : {26L, 1L, 100L, 11L, 50L}) {
-    long found = 0, recno = 0;
-    ASSERT_EQ(index_._Seek(key[r].c_str(), r, 1, &found), 1);
-    EXPECT_EQ(found, r);
-    std::vector<long> order = TextOrder(key);
-    size_t at = std::find(order.begin(), order.end(), r) - order.begin();
-    index_._Next(&recno, 1);
-    EXPECT_EQ(recno, at + 1 < order.size() ? order[at + 1] : 0) << key[r];
-    index_._Prev(&recno, 1);
-    EXPECT_EQ(recno, r);
-  }
-}
-
 // Deleting every key of a deep tree merges it back to one page; no page is
 // given back and every step leaves a sound tree.
 TEST_F(LMTIndexFileTest, DeletingEverythingKeepsThePages) {
@@ -424,7 +403,8 @@ class LMTIndexDamageTest : public IndexFixture {
   }
 };
 
-TEST_F(LMTIndexDamageTest, TooManyEntries) {
+// Too many entries, a page beyond numpages, a page that points at itself.
+TEST_F(LMTIndexDamageTest, BadCountsAndChildren) {
   Patch32(1024 * 3, 10);  // (1024 - 4) / 108 is 9
   ExpectAllFail(
       "Error reading from 'x.snx': File is corrupt (the number of entries is larger than the maximum entries "
@@ -432,21 +412,17 @@ TEST_F(LMTIndexDamageTest, TooManyEntries) {
   Patch32(1024 * 3, 9);  // fits in the page, though above the order
   long recno = 0;
   EXPECT_EQ(index_._First(&recno, 1), 1);
-}
 
-TEST_F(LMTIndexDamageTest, PageBeyondNumPages) {
   Patch32(1024 * 3 + 4, 7);
   ExpectAllFail("Error reading from 'x.snx': File is corrupt");
   Patch32(13, 4);  // a root equal to numpages passes the check but is not there
   ExpectAllFail("Error reading from 'x.snx': File is corrupt");
-}
+  Patch32(13, 3);
 
-TEST_F(LMTIndexDamageTest, PageThatPointsAtItself) {
   Patch32(1024 * 3 + 4, 3);
   ExpectAllFail("Error reading from 'x.snx': File is corrupt");
   Patch32(1024 * 3 + 4, 1);
   Patch32(1024 * 1 + 4 + 2 * 108, 3);  // a leaf's child leads back to the root
-  long recno = 0;
   EXPECT_EQ(index_._Find("c", 1, &recno, 1), 0);
   EXPECT_EQ(index_.error(), "Error reading from 'x.snx': File is corrupt");
   EXPECT_EQ(index_.Insert(10, "c"), 0);

@@ -62,7 +62,18 @@ class TableFixture : public ::testing::Test, protected ScratchDir {
     const char* d = f->data();
     return d ? d : "<null>";
   }
-
+  // Every record as its fields joined by "|", a deleted one behind a "*".
+  static std::string Rows(XBaseTable* table) {
+    std::string text;
+    for (unsigned long n = 1; n <= table->recordcount(); n++) {
+      if (!table->Goto((long)n)) return text + "<no record>";
+      std::string row = table->deleted() ? "*" : "";
+      for (XBaseField* f = table->fields()->First(); f; f = table->fields()->Next())
+        row += std::string(f->data() ? f->data() : "<null>") + "|";
+      text += row.substr(0, row.size() - 1) + "\n";
+    }
+    return text;
+  }
 
   // Hexadecimal bytes with any white space between them.
   static std::string Hex(const char* text) {

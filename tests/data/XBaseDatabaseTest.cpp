@@ -64,9 +64,7 @@ TEST(XBaseFieldSpecification, MalformedEntries) {
   EXPECT_EQ(Parse("a FLOAT(3)").error, "Unknown\tfield type 'FLOAT' in field specification");
   // A failure keeps what was built before it, for the caller to drop.
   EXPECT_EQ(Parse("a CHAR(1), b text").fields, "A C 1.0");
-}
-
-TEST(XBaseFieldSpecification, SizesOutsideADescriptorByteAreRefused) {
+  // Sizes outside a descriptor byte.
   EXPECT_EQ(Parse("a CHAR(-3)").ok, 0);
   EXPECT_EQ(Parse("a NUMBER(1.300)").ok, 0);
 }

@@ -1,23 +1,17 @@
 // Several processes on one table: the record locks make a reader wait for
 // a writer, and the header lock serialises appenders.
 #include <gtest/gtest.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <chrono>
 
 #include "tests/data/TableFixture.h"
 #include "tests/host/LockHolder.h"
 
 namespace {
 
-class XBaseTableLockTest : public TableFixture {
- protected:
-  static long Milliseconds() {
-    struct timeval tv;
-    gettimeofday(&tv, nullptr);
-    return tv.tv_sec * 1000L + tv.tv_usec / 1000;
-  }
-};
+class XBaseTableLockTest : public TableFixture {};
 
 TEST_F(XBaseTableLockTest, GotoWaitsForAWriterOfTheRecord) {
   {
@@ -30,11 +24,11 @@ TEST_F(XBaseTableLockTest, GotoWaitsForAWriterOfTheRecord) {
   LockHolder writer(P("w.dbf"), 65 + 9, 9, 400);
   ASSERT_TRUE(writer.held());
   // Record 1 is free at once; record 2 only when the writer lets go.
-  long start = Milliseconds();
+  auto start = std::chrono::steady_clock::now();
   ASSERT_EQ(t->Goto(1), 1);
-  EXPECT_LT(Milliseconds() - start, 300);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(300));
   ASSERT_EQ(t->Goto(2), 1);
-  EXPECT_GE(Milliseconds() - start, 300);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(300));
   EXPECT_EQ(Data(t.get(), "NAME"), "two");
 }
 
