@@ -127,13 +127,7 @@ TEST(NetworkBuffer, DeliversSignedBytesAcrossRefillsWithPushBack) {
     buffer.UnGetChar();
     EXPECT_EQ(buffer.GetNextChar(), 'b');
     EXPECT_EQ(buffer.GetNextChar(), 'b');
-    EXPECT_EQ(buffer.GetNextChar(), 'c');
-    EXPECT_EQ(buffer.GetNextChar(), -128) << size;
-    EXPECT_EQ(buffer.GetNextChar(), 'd');
-    EXPECT_EQ(buffer.GetNextChar(), -1);
-    EXPECT_EQ(buffer.GetNextChar(), 'e');
-    EXPECT_EQ(buffer.GetNextChar(), -1);
-    EXPECT_EQ(buffer.GetNextChar(), -1);
+    for (int expected : {'c', -128, 'd', -1, 'e', -1, -1}) EXPECT_EQ(buffer.GetNextChar(), expected) << size;
     EXPECT_EQ(buffer.offset(), 7);
   }
 }
