@@ -127,7 +127,8 @@ TEST(NetworkBuffer, DeliversSignedBytesAcrossRefillsWithPushBack) {
     buffer.UnGetChar();
     EXPECT_EQ(buffer.GetNextChar(), 'b');
     EXPECT_EQ(buffer.GetNextChar(), 'b');
-    for (int expected : {'c', -128, 'd', -1, 'e', -1, -1}) EXPECT_EQ(buffer.GetNextChar(), expected) << size;
+    for (int expected : {(int)'c', -128, (int)'d', -1, (int)'e', -1, -1})
+      EXPECT_EQ(buffer.GetNextChar(), expected) << size;
     EXPECT_EQ(buffer.offset(), 7);
   }
 }
