@@ -45,31 +45,25 @@ class AuthFileTest : public ::testing::Test {
   String directory_;
 };
 
-TEST_F(AuthFileTest, FirstLineNamingTheUserDecides) {
-  Read("# users\n\nno-such-login-x=/x\nbin=/bin-data\n  daemon = /d1   # first\ndaemon=/d2\n");
-  EXPECT_EQ(result_, 0);
-  EXPECT_EQ(dir(), "/d1/");
-  // Nobody named: the starting grant stands.
-  Read("bin=/b\nno-such-login-x\n");
-  EXPECT_EQ(dir(), "/granted/");
-  // A deny withdraws even the starting grant, and nothing behind it counts.
-  Read("-daemon\ndaemon=/d2\n");
-  EXPECT_EQ(result_, 0);
-  EXPECT_EQ(dir(), "");
-}
-
-TEST_F(AuthFileTest, BlocksSetTheDefaultAndSignsOverrideIt) {
-  Read("<AUTH ACCESS=\"deny\">\ndaemon=/d\n</AUTH>\n");
-  EXPECT_EQ(dir(), "");
-  Read("<AUTH ACCESS=deny TYPE=login>\n+daemon=data\n</AUTH>\n");
-  EXPECT_EQ(dir(), home_ + "/data/");
-  // The end of a block restores allow.
-  Read("<AUTH ACCESS=deny>\nbin\n</AUTH>\ndaemon\n");
-  EXPECT_EQ(dir(), home_ + "/");
-  // No directory means the home directory; a '#' cuts the line even behind
-  // a backslash.
-  Read("+ daemon = &[LoginID]/&[HOMEDIR]/&[groupid]&[nosuch]/x\\#y\n");
-  EXPECT_EQ(dir(), home_ + "/daemon/" + home_ + "/daemon/x\\/");
+TEST_F(AuthFileTest, FirstLineNamingTheUserDecidesAndBlocksSetTheDefault) {
+  const std::pair<const char*, std::string> cases[] = {
+      {"# users\n\nno-such-login-x=/x\nbin=/bin-data\n  daemon = /d1   # first\ndaemon=/d2\n", "/d1/"},
+      {"bin=/b\nno-such-login-x\n", "/granted/"},  // nobody named: the starting grant stands
+      // A deny withdraws even the starting grant, and nothing behind it counts.
+      {"-daemon\ndaemon=/d2\n", ""},
+      {"<AUTH ACCESS=\"deny\">\ndaemon=/d\n</AUTH>\n", ""},
+      {"<AUTH ACCESS=deny TYPE=login>\n+daemon=data\n</AUTH>\n", home_ + "/data/"},
+      {"<AUTH ACCESS=deny>\nbin\n</AUTH>\ndaemon\n", home_ + "/"},  // the end of a block restores allow
+      // No directory means the home directory; a '#' cuts the line even
+      // behind a backslash.
+      {"+ daemon = &[LoginID]/&[HOMEDIR]/&[groupid]&[nosuch]/x\\#y\n", home_ + "/daemon/" + home_ + "/daemon/x\\/"},
+  };
+  for (const auto& [text, expected] : cases) {
+    SCOPED_TRACE(text);
+    Read(text);
+    EXPECT_EQ(result_, 0);
+    EXPECT_EQ(dir(), expected);
+  }
 }
 
 TEST_F(AuthFileTest, RefusalsAndFailures) {

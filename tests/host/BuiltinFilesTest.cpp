@@ -111,13 +111,9 @@ TEST_F(BuiltinFilesTest, CopyMovesEveryBlockAndLogsEachSide) {
 }
 
 TEST_F(BuiltinFilesTest, DirectoriesDeleteAndRename) {
-  EXPECT_EQ(Call("fmkdir", {"d/"}), "1");
-  EXPECT_EQ(Call("fmode", {"d"}), "0700");
+  CallAll({{"fmkdir", {"d/"}, "1"}, {"fmode", {"d"}, "0700"}});
   Write("data/d/f", "x");
-  EXPECT_EQ(Call("fdelete", {"d"}), "0");
-  EXPECT_EQ(Call("frename", {"d/f", "g"}), "1");
-  EXPECT_EQ(Call("fdelete", {"d"}), "1");
-  EXPECT_EQ(Call("fdelete", {"g"}), "1");
+  CallAll({{"fdelete", {"d"}, "0"}, {"frename", {"d/f", "g"}, "1"}, {"fdelete", {"d"}, "1"}, {"fdelete", {"g"}, "1"}});
   std::vector<std::string> events = Events();
   ASSERT_EQ(events.size(), 5u);
   EXPECT_EQ(events[0], "DIRECTORYCREATED directory=" + P("data/d/"));
@@ -129,12 +125,8 @@ TEST_F(BuiltinFilesTest, DirectoriesDeleteAndRename) {
 
 TEST_F(BuiltinFilesTest, ChmodReadsTheModeInAnyBase) {
   Write("data/a", "x");
-  EXPECT_EQ(Call("fchmod", {"a", "0x1c0"}), "1");
-  EXPECT_EQ(Call("fmode", {"a"}), "0700");
-  EXPECT_EQ(Call("fchmod", {"a", "644"}), "1");
-  EXPECT_EQ(Call("fmode", {"a"}), "0204");
-  EXPECT_EQ(Call("fchmod", {"a", "junk"}), "1");
-  EXPECT_EQ(Call("fmode", {"a"}), "0000");
+  CallAll({{"fchmod", {"a", "0x1c0"}, "1"}, {"fmode", {"a"}, "0700"}, {"fchmod", {"a", "644"}, "1"},
+           {"fmode", {"a"}, "0204"}, {"fchmod", {"a", "junk"}, "1"}, {"fmode", {"a"}, "0000"}});
   std::vector<std::string> events = Events();
   ASSERT_EQ(events.size(), 3u);
   EXPECT_EQ(events[1], "FILEMODECHANGED filename=" + P("data/a") + "&newmode=01204");

@@ -16,7 +16,6 @@ namespace {
 // that reports the limits it ends with on a pipe.
 class ProcessLimitsTest : public ::testing::Test, protected ScratchDir {
  protected:
-
   // Sets the soft limits of CPU, data and stack to soft (keeping each hard
   // limit unless it is lower), applies the configuration's limits, and
   // gives back "soft/hard" of each, "=" for an unchanged hard limit, and
@@ -75,7 +74,7 @@ class ProcessLimitsTest : public ::testing::Test, protected ScratchDir {
 
 const rlim_t kMiB = 1024 * 1024;
 
-TEST_F(ProcessLimitsTest, HardLimitsTakeTheKeysOverLowerSoftLimits) {
+TEST_F(ProcessLimitsTest, HardLimitsTakeTheKeysOverLowerSoftLimitsOnly) {
   const rlim_t soft[3] = {50, 512 * kMiB, 8 * kMiB};
   EXPECT_EQ(
       Apply("maxcpu=100\nmaxdata=" + std::to_string(1024 * kMiB) + "\nmaxstack=" + std::to_string(16 * kMiB),
@@ -85,11 +84,9 @@ TEST_F(ProcessLimitsTest, HardLimitsTakeTheKeysOverLowerSoftLimits) {
   // A key equal to the soft limit is a limit too.
   EXPECT_EQ(Apply("maxcpu=50\nnice=3", soft),
             "50/50 " + std::to_string(512 * kMiB) + "/= " + std::to_string(8 * kMiB) + "/= nice+3");
-}
-
-TEST_F(ProcessLimitsTest, AHardLimitBelowTheSoftLimitIsRefusedAndIgnored) {
-  const rlim_t soft[3] = {RLIM_INFINITY, 512 * kMiB, 8 * kMiB};
-  EXPECT_EQ(Apply("maxcpu=1\nmaxdata=1024\nmaxstack=0", soft),
+  // A hard limit below the soft limit is refused and ignored.
+  const rlim_t unlimited[3] = {RLIM_INFINITY, 512 * kMiB, 8 * kMiB};
+  EXPECT_EQ(Apply("maxcpu=1\nmaxdata=1024\nmaxstack=0", unlimited),
             "inf/= " + std::to_string(512 * kMiB) + "/= " + std::to_string(8 * kMiB) + "/= nice+0");
 }
 

@@ -192,14 +192,11 @@ TEST_F(VirtualHostTest, HostNamesAndAddresses) {
   EXPECT_EQ(UNIXConfigParser::IsIPAddr("1.2"), 1);
   EXPECT_EQ(UNIXConfigParser::IsIPAddr("10.0.0.1a"), 0);
   // With look-up on, both the request's name and the block's are resolved.
-  ASSERT_EQ(Run({"dnslookup=1", "<VIRTUALHOST 127.0.0.1>", "globaltimeout=9", "</VIRTUALHOST>"}, "localhost"),
-            1)
-      << body_;
-  EXPECT_EQ(timeout(), 9);
-  ASSERT_EQ(Run({"dnslookup=1", "<VIRTUALHOST localhost>", "globaltimeout=9", "</VIRTUALHOST>"}, "127.0.0.1"),
-            1)
-      << body_;
-  EXPECT_EQ(timeout(), 9);
+  for (auto [block, host] :
+       {std::pair("<VIRTUALHOST 127.0.0.1>", "localhost"), {"<VIRTUALHOST localhost>", "127.0.0.1"}}) {
+    ASSERT_EQ(Run({"dnslookup=1", block, "globaltimeout=9", "</VIRTUALHOST>"}, host), 1) << body_;
+    EXPECT_EQ(timeout(), 9);
+  }
 }
 
 TEST_F(VirtualHostTest, PathComesFromTheConfiguration) {
