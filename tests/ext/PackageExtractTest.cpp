@@ -86,39 +86,25 @@ class PackageExtractTest : public ConfiguredRequest {
 TEST_F(PackageExtractTest, EntriesThatLeadOutWriteNothingAnywhere) {
   // Each archive starts with the hostile entry and goes on with a harmless
   // one, which must not be unpacked either: a refusal ends the walk.
+  // The result names the refused path, or is empty where nothing is refused.
   struct Case {
     const char* code;
     const char* directory;
     TarEntry entry;
-    const char* result;
+    const char* refused;
   } cases[] = {
-      {"up",
-       "inst",
-       {"../../escape", '0', "x"},
-       "'inst/../../escape' is not contained in the configured script directory"},
-      {"top",
-       "",
-       {"../escape", '0', "x"},
-       "'/../escape' is not contained in the configured script directory"},
-      {"deep",
-       "inst",
-       {"a/b/../../../../../escape", '0', "x"},
-       "'inst/a/b/../../../../../escape' is not contained in the configured script directory"},
-      {"dir",
-       "inst",
-       {"../../escdir/", '5', ""},
-       "'inst/../../escdir/' is not contained in the configured script directory"},
+      {"up", "inst", {"../../escape", '0', "x"}, "inst/../../escape"},
+      {"top", "", {"../escape", '0', "x"}, "/../escape"},
+      {"deep", "inst", {"a/b/../../../../../escape", '0', "x"}, "inst/a/b/../../../../../escape"},
+      {"dir", "inst", {"../../escdir/", '5', ""}, "inst/../../escdir/"},
       // The containment test is a prefix test; the script directory's own
       // trailing separator keeps a sibling with a longer name out.
-      {"sibling",
-       "inst",
-       {"../../site2/x", '0', "x"},
-       "'inst/../../site2/x' is not contained in the configured script directory"},
-      {"data", "../data", {"x", '0', "x"}, "'../data/x' is not contained in the configured script directory"},
-      {"dots", "", {"..", '5', ""}, "'/..' is not contained in the configured script directory"},
+      {"sibling", "inst", {"../../site2/x", '0', "x"}, "inst/../../site2/x"},
+      {"data", "../data", {"x", '0', "x"}, "../data/x"},
+      {"dots", "", {"..", '5', ""}, "/.."},
       // Damaged archives end quietly before anything is written.
-      {"checksum", "inst", {"x", '0', "x"}, ""},
-      {"negative", "inst", {"x", '0', "", "-0000002000"}, ""},
+      {"checksum", "inst", {"x", '0', "x"}, nullptr},
+      {"negative", "inst", {"x", '0', "", "-0000002000"}, nullptr},
   };
   std::vector<std::string> codes;
   for (auto& c : cases) {
@@ -129,7 +115,10 @@ TEST_F(PackageExtractTest, EntriesThatLeadOutWriteNothingAnywhere) {
   }
   Start(codes);
   const auto before = Tree();
-  for (auto& c : cases) EXPECT_EQ(Extract(c.code, c.directory), c.result) << c.code;
+  for (auto& c : cases)
+    EXPECT_EQ(Extract(c.code, c.directory),
+              c.refused ? "'" + std::string(c.refused) + "' is not contained in the configured script directory" : "")
+        << c.code;
   EXPECT_EQ(Added(before), std::vector<std::string>{});
   EXPECT_EQ(access("/tmp/escape", F_OK), -1);
 }
