@@ -16,15 +16,11 @@ const char* ElementName(const Counted* c) { return c->name.chars(); }
 
 }  // namespace
 
-TEST(List, RemoveFromEmptyLeavesCountAtMinusOne) {
-  List<int> list(0);
-  EXPECT_EQ(list.Remove(ListHead), nullptr);
-  EXPECT_EQ(list.Entries(), -1);
-}
-
 TEST(List, InsertAtCurrentGoesBeforeCursorAndRemoveMovesCursorOn) {
   int a = 1, b = 2, c = 3;
-  List<int> list(0);
+  List<int> list(0), empty(0);
+  EXPECT_EQ(empty.Remove(ListHead), nullptr);  // from empty: the count goes to -1
+  EXPECT_EQ(empty.Entries(), -1);
   list.Insert(&a, ListTail);
   list.Insert(&c, ListTail);
   list.Insert(&b, ListCurrent);  // before c
@@ -98,15 +94,12 @@ TEST(Stack, PopAfterPeekCutsBackToPeekedLevel) {
 }
 
 TEST(NameValuePair, RemoveQuotes) {
-  NameValuePair p("n", "  \"ab\\\"  ");
-  p.RemoveQuotes();
-  EXPECT_STREQ(p.value, "ab\"");
-  NameValuePair q("n", "\"x \\\"y\\\" z\"");
-  q.RemoveQuotes();
-  EXPECT_STREQ(q.value, "x \"y\" z");
-  NameValuePair r("n", " plain\\\" ");
-  r.RemoveQuotes();
-  EXPECT_STREQ(r.value, "plain\\\"");
+  const char* cases[][2] = {{"  \"ab\\\"  ", "ab\""}, {"\"x \\\"y\\\" z\"", "x \"y\" z"}, {" plain\\\" ", "plain\\\""}};
+  for (const auto& c : cases) {
+    NameValuePair p("n", c[0]);
+    p.RemoveQuotes();
+    EXPECT_STREQ(p.value, c[1]) << c[0];
+  }
 }
 
 TEST(SplayTree, KeyOrderIsThatOfStrcasecmp) {

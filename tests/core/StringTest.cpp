@@ -18,7 +18,7 @@ TEST(String, BeforeAndAfterAreAsymmetricWhenPatternIsMissing) {
   EXPECT_STREQ(s.at(3, 4), "");
 }
 
-TEST(String, MatchesIsWholeTextCaseInsensitiveEquality) {
+TEST(String, MatchesIsWholeTextCaseInsensitiveEqualityAndSearchEdges) {
   EXPECT_TRUE(String("abc").matches("ABC"));
   EXPECT_FALSE(String("abcd").matches("abc"));
   EXPECT_FALSE(String("ab").matches("abc"));
@@ -26,9 +26,6 @@ TEST(String, MatchesIsWholeTextCaseInsensitiveEquality) {
   EXPECT_TRUE(String("abc").matches("", 3));
   EXPECT_TRUE(String("abc").matches('\0', 3));
   EXPECT_FALSE(String("abc").matches('c', 4));
-}
-
-TEST(String, SearchEdges) {
   EXPECT_EQ(String("").search("a"), -1);
   EXPECT_EQ(String("abc").search(""), -1);
   EXPECT_EQ(String("ab").search("abc"), -1);
@@ -69,30 +66,23 @@ TEST(String, EmbeddedNulSurvivesAssignAndCat) {
   EXPECT_EQ(s.at(2, 5).length(), 3);
 }
 
-TEST(String, WhitespaceHandling) {
-  String s(" \t a  b\n\n c \r\n");
+// Whitespace edits, and gsub, which does not rescan its replacement.
+TEST(String, WhitespaceAndGsub) {
+  String s(" \t a  b\n\n c \r\n"), t("x\t  y"), u("  lead ");
   s.StripWhitespace();
   EXPECT_STREQ(s, "a  b\n\n c");
   s.CompressWhitespace();
-  EXPECT_STREQ(s, "a b\nc");
-  String t("x\t  y");
   t.CompressWhitespace();
-  EXPECT_STREQ(t, "x\ty");
-  String u("  lead ");
   u.ltrim();
+  EXPECT_STREQ(s, "a b\nc");
+  EXPECT_STREQ(t, "x\ty");
   EXPECT_STREQ(u, "lead ");
-}
-
-TEST(String, GsubDoesNotRescanReplacement) {
-  String s("aaa");
-  s.gsub("a", "aa");
-  EXPECT_STREQ(s, "aaaaaa");
-  String t("abcabc");
-  t.gsub("b", nullptr);
-  EXPECT_STREQ(t, "acac");
-  String u("abc");
-  u.gsub("x", "y");
-  EXPECT_STREQ(u, "abc");
+  const char* cases[][4] = {{"aaa", "a", "aa", "aaaaaa"}, {"abcabc", "b", nullptr, "acac"}, {"abc", "x", "y", "abc"}};
+  for (const auto& c : cases) {
+    String g(c[0]);
+    g.gsub(c[1], c[2]);
+    EXPECT_STREQ(g, c[3]) << c[0];
+  }
 }
 
 TEST(String, PaddingAndPrepend) {

@@ -41,8 +41,16 @@ TEST(ExtensionVariables, URLFromAList) {
             "go.sn?full+name=Ann+%26+Bob&sum=1%2B1%3D2%3F");
 }
 
-TEST(ExtensionVariables, URLLeavesTheCursorWhereItWas) {
+TEST(ExtensionVariables, ListsAndTreesByNameWithoutCase) {
   SornList* list = sorn_variablelist_new();
+  sorn_variablelist_setvariable(list, "Qty", "1");
+  sorn_variablelist_setvariable(list, "QTY", "2");
+  EXPECT_STREQ(sorn_variable_value(sorn_variablelist_find(list, "qty")), "2");
+  EXPECT_STREQ(sorn_variable_name(sorn_variablelist_first(list)), "Qty");
+  EXPECT_EQ(sorn_variablelist_next(list), nullptr);
+  sorn_variablelist_dump(list);
+  EXPECT_EQ(sorn_variablelist_first(list), nullptr);
+  // Making a URL leaves the cursor where it was.
   sorn_variablelist_setvariable(list, "a", "1");
   sorn_variablelist_setvariable(list, "b", "2");
   sorn_variablelist_setvariable(list, "c", "3");
@@ -53,18 +61,6 @@ TEST(ExtensionVariables, URLLeavesTheCursorWhereItWas) {
   EXPECT_STREQ(sorn_variable_name(sorn_variablelist_next(list)), "c");
   EXPECT_EQ(sorn_variablelist_next(list), nullptr);
   EXPECT_EQ(sorn_variablelist_current(list), nullptr);
-  sorn_variablelist_delete(list);
-}
-
-TEST(ExtensionVariables, ListsAndTreesByNameWithoutCase) {
-  SornList* list = sorn_variablelist_new();
-  sorn_variablelist_setvariable(list, "Qty", "1");
-  sorn_variablelist_setvariable(list, "QTY", "2");
-  EXPECT_STREQ(sorn_variable_value(sorn_variablelist_find(list, "qty")), "2");
-  EXPECT_STREQ(sorn_variable_name(sorn_variablelist_first(list)), "Qty");
-  EXPECT_EQ(sorn_variablelist_next(list), nullptr);
-  sorn_variablelist_dump(list);
-  EXPECT_EQ(sorn_variablelist_first(list), nullptr);
   sorn_variablelist_delete(list);
   sorn_variablelist_delete(nullptr);
 
@@ -119,6 +115,10 @@ TEST_F(ExtensionTest, NamesPassTheScriptsContainmentRules) {
   EXPECT_EQ(sorn_file_resolve(H(), 0, "../x", buffer, sizeof buffer), 0);
   EXPECT_STREQ(buffer, "untouched");
   EXPECT_EQ(sorn_file_exists(H(), 0, "nosuch"), 0);
+  // A commerce directory outside the data directory is refused.
+  Start("commercedir=../site");
+  EXPECT_EQ(sorn_file_resolve(H(), SORN_LOCATION_COMMERCE, "t.sn", buffer, sizeof buffer), 0);
+  EXPECT_NE(std::string(sorn_file_error(H(), nullptr)).find("not contained"), std::string::npos);
 }
 
 TEST_F(ExtensionTest, LocationsAndCutPaths) {
@@ -153,13 +153,6 @@ TEST_F(ExtensionTest, LocationsAndCutPaths) {
   EXPECT_EQ(sorn_file_delete(H(), 3, "n.txt"), 0);
   EXPECT_EQ(sorn_file_exists(H(), 3, "n.txt"), 0);
   EXPECT_EQ(sorn_file_pathseparator(H()), '/');
-}
-
-TEST_F(ExtensionTest, ACommerceDirectoryOutsideTheDataDirectoryIsRefused) {
-  Start("commercedir=../site");
-  char buffer[200];
-  EXPECT_EQ(sorn_file_resolve(H(), SORN_LOCATION_COMMERCE, "t.sn", buffer, sizeof buffer), 0);
-  EXPECT_NE(std::string(sorn_file_error(H(), nullptr)).find("not contained"), std::string::npos);
 }
 
 // What a second process is refused while this one holds the lock: a read

@@ -82,12 +82,6 @@ TEST_F(TarTest, ZeroBlocksAreEntriesUntilTheFileEnds) {
 
   ASSERT_EQ(Open(tar, "b.tar"), 1);
   EXPECT_EQ(Walk(tar, true), (std::vector<std::string>{"1 0 one 1 644", "2 5  0 0", "3 0 two 1 644"}));
-
-  // An empty file has no entries and no error.
-  Write("empty.tar", "");
-  ASSERT_EQ(Open(tar, "empty.tar"), 1);
-  EXPECT_EQ(tar.First(), 0);
-  EXPECT_EQ(tar.error(), "");
 }
 
 TEST_F(TarTest, DamagedHeadersEndTheWalk) {
@@ -98,7 +92,7 @@ TEST_F(TarTest, DamagedHeadersEndTheWalk) {
   TarEntry high("caf\xe9", '0', "x"), back("back", '0', "", "-0000002000");
   const struct {
     const char* name;
-    std::string bytes;  // none: made above
+    std::string bytes;
     std::vector<std::string> walk;
     const char* error;
   } cases[] = {
@@ -112,9 +106,11 @@ TEST_F(TarTest, DamagedHeadersEndTheWalk) {
       // A header cut short ends the walk quietly, as the end of the file does.
       {"cut.tar", TarMember({"first", '0', "1"}) + TarHeader({"second", '0', "2"}).substr(0, 300),
        {"1 0 first 1 644"}, ""},
+      // An empty file has no entries and no error.
+      {"empty.tar", "", {}, ""},
   };
   for (const auto& c : cases) {
-    if (!c.bytes.empty()) Write(c.name, c.bytes);
+    if (strcmp(c.name, "a.tar") != 0) Write(c.name, c.bytes);  // a.tar is made above
     Tar tar(&host_);
     ASSERT_EQ(Open(tar, c.name), 1) << c.name;
     EXPECT_EQ(Walk(tar), c.walk) << c.name;

@@ -76,17 +76,16 @@ class UNIXCommerceHandlerTest : public ::testing::Test, protected ScratchDir {
   int passes_ = 0;
 };
 
-TEST_F(UNIXCommerceHandlerTest, PassesCountFromZeroWithTheSlotKept) {
+TEST_F(UNIXCommerceHandlerTest, PassesCountFromZeroWithTheSlotKeptAndErrorsEndThem) {
   EXPECT_EQ(Run("lib.so", "rows2"), CommerceResultReady);
   EXPECT_EQ(passes_, 2);
   EXPECT_EQ(Trace(), "init 0\nloop 0\nloop 1\nloop 2\ncleanup 0\n");
   // A second loop loads the library afresh, with an empty slot.
   EXPECT_EQ(Run("lib.so", "rows0"), CommerceResultFinished);
   EXPECT_EQ(Trace(), "init 0\nloop 0\ncleanup 0\n");
-}
-
-TEST_F(UNIXCommerceHandlerTest, ErrorsOfInitAndOfLaterPasses) {
+  // Errors of init and of later passes.
   std::string error;
+  passes_ = 0;
   EXPECT_EQ(Run("lib.so", "fail", &error), CommerceResultError);
   EXPECT_EQ(error, "fail");
   EXPECT_EQ(Trace(), "init 0\ncleanup 0\n");

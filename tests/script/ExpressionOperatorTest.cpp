@@ -26,12 +26,6 @@ String Op(const char* left, const char* name, const char* right = "") {
   return result;
 }
 
-template <int N>
-void Check(const Case (&cases)[N]) {
-  for (const Case& c : cases)
-    EXPECT_STREQ(Op(c.left, c.op, c.right), c.expect) << "'" << c.left << "' " << c.op << " '" << c.right << "'";
-}
-
 // Runs one operator, which must fail and leave the result alone; returns the message.
 String Failure(const char* left, const char* name, const char* right) {
   String result("kept"), error;
@@ -79,16 +73,57 @@ TEST(ExpressionOperator, TableIsFoundByWholeNameInAnyCase) {
   EXPECT_STREQ(text, "( ECIN");
 }
 
-TEST(ExpressionOperator, ArithmeticReadsTextAsNumbersAndWritesTrimmedText) {
+// Operands are text read as numbers; results are trimmed text.
+TEST(ExpressionOperator, OperatorsOverText) {
   const Case cases[] = {
       {"1", "+", "1", "2"},          {"100", "*", "10", "1000"},     {"0.1", "+", "0.2", "0.3"},
       {"1", "/", "3", "0.333333"},   {"2", "/", "3", "0.666667"},    {"1", "/", "3000000", "0"},
       {"-7", "/", "2", "-3.5"},      {"abc", "+", "1", "1"},         {"", "+", "", "0"},
       {"3abc", "*", "2", "6"},       {" 4", "+", "1", "5"},          {"0", "*", "-1", "-0"},
       {"1e308", "*", "10", "inf"},   {"2", "POW", "70", "1180591620717411303424"},
+      // Integer operators work on 32-bit values.
+      {"7", "MOD", "-2", "1"},         {"-7", "MOD", "2", "-1"},      {"7.9", "MOD", "2.9", "1"},
+      {"-2147483648", "MOD", "-1", "0"}, {"12", "BITAND", "10", "8"}, {"12", "BITOR", "10", "14"},
+      {"12", "BITXOR", "10", "6"},     {"4294967297", "BITAND", "3", "1"}, {"5", "BITOC", "", "-6"},
+      {"1", "BITSL", "31", "-2147483648"}, {"1", "BITSL", "33", "2"}, {"1", "BITSL", "-1", "-2147483648"},
+      {"-16", "BITSR", "2", "-4"},     {"-1", "BITSR", "31", "-1"},  {"256", "BITSR", "36", "16"},
+      {"x", "AND", "2", "1"}, {"x", "AND", "0.0", "0"}, {"", "OR", "00", "0"},
+      {"", "OR", "no", "1"},  {"-0", "NOT", "", "0"},   {".", "NOT", "", "1"},
+      // Comparison is numeric only for whole numbers; search is by bytes.
+      {"", "EQ", "0", "1"},      {"1.0", "EQ", "1", "1"},    {"1e3", "EQ", "1000", "1"},
+      {" 1", "EQ", "1", "1"},    {"1 ", "EQ", "1", "0"},     {"abc", "NE", "ABC", "1"},
+      {"10", "LT", "9", "0"},    {"10", "LT", "9a", "1"},    {"abc", "GT", "5", "1"},
+      {"B", "LT", "a", "1"},     {"ab", "GE", "abc", "0"},   {"\xe9", "GT", "a", "1"},
+      {"-1", "LE", "-1.0", "1"},
+      // Positions of IN and CIN from 1, ends of EIN and ECIN from 0.
+      {"b", "IN", "abc", "2"},    {"x", "IN", "abc", "0"},     {"B", "IN", "abc", "0"},
+      {"", "IN", "", "1"},        {"abcd", "IN", "abc", "0"},  {"CD", "CIN", "abcd", "3"},
+      {"bc", "EIN", "abcd", "3"}, {"x", "EIN", "abc", "0"},    {"", "EIN", "abc", "0"},
+      {"bc", "ECIN", "ABCD", "3"}, {"BC", "EIN", "abcd", "0"},
+      // ROUND keeps its zeros and rounds like printf.
+      {"2.567", "ROUND", "2", "2.57"},  {"2", "ROUND", "2", "2.00"},       {"0.05", "ROUND", "3", "0.050"},
+      {"2.5", "ROUND", "0", "2"},       {"3.5", "ROUND", "0", "4"},        {"-1.25", "ROUND", "1", "-1.2"},
+      {"5", "ROUND", "-1", "5.000000"}, {"abc", "ROUND", "1", "0.0"},      {"2.567", "ROUND", "1.9x", "2.6"},
   };
-  Check(cases);
+  for (const Case& c : cases)
+    EXPECT_STREQ(Op(c.left, c.op, c.right), c.expect) << "'" << c.left << "' " << c.op << " '" << c.right << "'";
   EXPECT_EQ(Op("1e300", "+", "0").length(), 301);
+  String large = Op("1e300", "ROUND", "2");
+  EXPECT_EQ(large.length(), 304);
+  EXPECT_STREQ(large.from(301), ".00");
+  EXPECT_EQ(Op("1", "ROUND", "100000").length(), 2 + 1100);
+  for (const char* value : {"", "0", "00", "0.00", ".", "0."})
+    EXPECT_EQ(Expression::IsTrue(value), 0) << value;
+  for (const char* value : {"0.0.0", " 0", "-0", "abc", "false", "..", "0 "})
+    EXPECT_EQ(Expression::IsTrue(value), 1) << value;
+  // An overflow to infinity is text; so is "inf" when errno already holds
+  // ERANGE, since errno is not cleared first.
+  EXPECT_EQ(ExpressionOperator::NumberCompare("1e999", "1"), -2);
+  errno = 0;
+  EXPECT_EQ(ExpressionOperator::NumberCompare("inf", "1"), 1);
+  errno = ERANGE;
+  EXPECT_EQ(ExpressionOperator::NumberCompare("inf", "1"), -2);
+  errno = 0;
 }
 
 TEST(ExpressionOperator, RealToTextMatchesPrintfEverywhere) {
@@ -122,53 +157,6 @@ TEST(ExpressionOperator, DivisionByZeroIsAnError) {
   EXPECT_STREQ(Failure("5", "MOD", "4294967296"), "Divide by 0");  // 0 in 32 bits
 }
 
-TEST(ExpressionOperator, IntegerOperatorsWorkOn32BitValues) {
-  const Case cases[] = {
-      {"7", "MOD", "-2", "1"},         {"-7", "MOD", "2", "-1"},      {"7.9", "MOD", "2.9", "1"},
-      {"-2147483648", "MOD", "-1", "0"}, {"12", "BITAND", "10", "8"}, {"12", "BITOR", "10", "14"},
-      {"12", "BITXOR", "10", "6"},     {"4294967297", "BITAND", "3", "1"}, {"5", "BITOC", "", "-6"},
-      {"1", "BITSL", "31", "-2147483648"}, {"1", "BITSL", "33", "2"}, {"1", "BITSL", "-1", "-2147483648"},
-      {"-16", "BITSR", "2", "-4"},     {"-1", "BITSR", "31", "-1"},  {"256", "BITSR", "36", "16"},
-  };
-  Check(cases);
-}
-
-TEST(ExpressionOperator, TruthAndLogic) {
-  for (const char* value : {"", "0", "00", "0.00", ".", "0."})
-    EXPECT_EQ(Expression::IsTrue(value), 0) << value;
-  for (const char* value : {"0.0.0", " 0", "-0", "abc", "false", "..", "0 "})
-    EXPECT_EQ(Expression::IsTrue(value), 1) << value;
-  const Case cases[] = {
-      {"x", "AND", "2", "1"}, {"x", "AND", "0.0", "0"}, {"", "OR", "00", "0"},
-      {"", "OR", "no", "1"},  {"-0", "NOT", "", "0"},   {".", "NOT", "", "1"},
-  };
-  Check(cases);
-}
-
-TEST(ExpressionOperator, ComparisonIsNumericOnlyForWholeNumbersAndSearchIsByBytes) {
-  const Case cases[] = {
-      {"", "EQ", "0", "1"},      {"1.0", "EQ", "1", "1"},    {"1e3", "EQ", "1000", "1"},
-      {" 1", "EQ", "1", "1"},    {"1 ", "EQ", "1", "0"},     {"abc", "NE", "ABC", "1"},
-      {"10", "LT", "9", "0"},    {"10", "LT", "9a", "1"},    {"abc", "GT", "5", "1"},
-      {"B", "LT", "a", "1"},     {"ab", "GE", "abc", "0"},   {"\xe9", "GT", "a", "1"},
-      {"-1", "LE", "-1.0", "1"},
-      // Positions of IN and CIN from 1, ends of EIN and ECIN from 0.
-      {"b", "IN", "abc", "2"},    {"x", "IN", "abc", "0"},     {"B", "IN", "abc", "0"},
-      {"", "IN", "", "1"},        {"abcd", "IN", "abc", "0"},  {"CD", "CIN", "abcd", "3"},
-      {"bc", "EIN", "abcd", "3"}, {"x", "EIN", "abc", "0"},    {"", "EIN", "abc", "0"},
-      {"bc", "ECIN", "ABCD", "3"}, {"BC", "EIN", "abcd", "0"},
-  };
-  Check(cases);
-  // An overflow to infinity is text; so is "inf" when errno already holds
-  // ERANGE, since errno is not cleared first.
-  EXPECT_EQ(ExpressionOperator::NumberCompare("1e999", "1"), -2);
-  errno = 0;
-  EXPECT_EQ(ExpressionOperator::NumberCompare("inf", "1"), 1);
-  errno = ERANGE;
-  EXPECT_EQ(ExpressionOperator::NumberCompare("inf", "1"), -2);
-  errno = 0;
-}
-
 TEST(ExpressionOperator, ResultMayBeAnOperand) {
   String a("ab"), b("cd"), x("2"), error;
   EXPECT_EQ(ExpressionOperator::Operate(OpConcatenate, nullptr, a, b, a, error), 1);
@@ -179,19 +167,6 @@ TEST(ExpressionOperator, ResultMayBeAnOperand) {
   EXPECT_STREQ(a, "abcdabcd");
   EXPECT_EQ(ExpressionOperator::Operate(OpAdd, nullptr, x, x, x, error), 1);
   EXPECT_STREQ(x, "4");
-}
-
-TEST(ExpressionOperator, RoundKeepsZerosAndRoundsLikePrintf) {
-  const Case cases[] = {
-      {"2.567", "ROUND", "2", "2.57"},  {"2", "ROUND", "2", "2.00"},       {"0.05", "ROUND", "3", "0.050"},
-      {"2.5", "ROUND", "0", "2"},       {"3.5", "ROUND", "0", "4"},        {"-1.25", "ROUND", "1", "-1.2"},
-      {"5", "ROUND", "-1", "5.000000"}, {"abc", "ROUND", "1", "0.0"},      {"2.567", "ROUND", "1.9x", "2.6"},
-  };
-  Check(cases);
-  String large = Op("1e300", "ROUND", "2");
-  EXPECT_EQ(large.length(), 304);
-  EXPECT_STREQ(large.from(301), ".00");
-  EXPECT_EQ(Op("1", "ROUND", "100000").length(), 2 + 1100);
 }
 
 TEST(ExpressionOperator, SubstrRanges) {

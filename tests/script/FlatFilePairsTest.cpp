@@ -50,16 +50,13 @@ std::string Pairs(const std::string& script) {
 
 }  // namespace
 
-TEST(FlatFilePairs, BareNamesValuesAndLiteralOrder) {
+TEST(FlatFilePairs, BareNamesValuesLiteralOrderAndWhere) {
   EXPECT_EQ(Pairs("<IMPORT FILE=\"a.txt\" DATA DELIMITER = \";\"\n ORDER=\"x, y\" ignored>"),
             "IMPORT: FILE=[a.txt] DATA=[DATA] DELIMITER=[;] ORDER=[x, y]\n");
   EXPECT_EQ(Pairs("<EXPORT DATA ORDER=x,{y}>rest"), "EXPORT: DATA=[DATA] ORDER=[x,{y}]\nrest");
   EXPECT_EQ(Pairs("<EXPORT STOP><IMPORT\tDATA\n>"), "EXPORT: STOP=[STOP]\nIMPORT: DATA=[DATA]\n");
-}
-
-// WHERE ends the tag: its expression stays in the script, to be read for
-// each record from the position the tag keeps.
-TEST(FlatFilePairs, WhereKeepsThePositionOfItsExpression) {
+  // WHERE ends the tag: its expression stays in the script, to be read for
+  // each record from the position the tag keeps.
   EXPECT_EQ(Pairs("\n<IMPORT DATA where age GT \"a>b\" FILE=x>after"),
             "IMPORT: DATA=[DATA] where=[] where{ age GT \"a}@2\n\nafter");
 }

@@ -30,20 +30,16 @@ TEST(Localized, VariantOfTheLanguageOrOfTheDefault) {
     EXPECT_EQ(RunIn("fr", "de", kBlock, size), "(|)3 Dinge).") << size;
     EXPECT_EQ(RunIn("fr", "es", kBlock, size), "(|).") << size;
   }
-}
-
-// Only the first variant of the default language is noted; every variant
-// of the request's language is taken.
-TEST(Localized, FirstDefaultVariantAndEveryMatchingOne) {
-  std::string script =
+  // Only the first variant of the default language is noted; every variant
+  // of the request's language is taken.
+  std::string twice =
       "<SnLOCALIZED><SnLOCALIZED-TEXT LANGUAGE=\"en\">a</SnLOCALIZED-TEXT><SnLOCALIZED-TEXT LANGUAGE=\"en\">b"
       "</SnLOCALIZED-TEXT></SnLOCALIZED>";
-  EXPECT_EQ(RunIn("fr", "en", script), "a");
-  EXPECT_EQ(RunIn("en", "fr", script), "ab");
+  EXPECT_EQ(RunIn("fr", "en", twice), "a");
+  EXPECT_EQ(RunIn("en", "fr", twice), "ab");
 }
 
 TEST(Localized, TokensInTheText) {
-  TestHost host;
   VariableTree tokens(1);
   tokens.SetVariable("who", "%who%");
   tokens.SetVariable("x", "1");
@@ -63,16 +59,12 @@ TEST(Localized, CaptureAndLevelsEndWithTheBlock) {
                                "<SnLOCALIZED STANDARDOUTPUTLEVEL=\"\">hidden</SnLOCALIZED>shown");
   EXPECT_EQ(page, "\n  x  y\nshown");
   EXPECT_EQ(host.value("v"), " a b ");
-}
-
-// SnEXIT inside a captured variant still stores what was captured.
-TEST(Localized, ExitInsideACapturedVariant) {
-  TestHost host;
-  std::string page = RunScript(host,
-                               "<SnLOCALIZED NAME=\"v\" STANDARDOUTPUTLEVEL=\"text\">"
-                               "<SnLOCALIZED-TEXT LANGUAGE=\"en-US\">kept<SnEXIT>lost");
+  // SnEXIT inside a captured variant still stores what was captured.
+  TestHost exiting;
+  page = RunScript(exiting, "<SnLOCALIZED NAME=\"v\" STANDARDOUTPUTLEVEL=\"text\">"
+                            "<SnLOCALIZED-TEXT LANGUAGE=\"en-US\">kept<SnEXIT>lost");
   EXPECT_EQ(page, "");
-  EXPECT_EQ(host.value("v"), "kept");
+  EXPECT_EQ(exiting.value("v"), "kept");
 }
 
 TEST(Localized, OnlyTokensAndVariantsInABlock) {

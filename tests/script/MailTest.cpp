@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <chrono>
+#include <fstream>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -39,7 +40,8 @@ struct Sink {
 };
 
 // A POP3 server over a list of messages (LF line ends), answering USER,
-// PASS, LIST, RETR, DELE and QUIT, and logging each command.
+// PASS, LIST, RETR, DELE and QUIT, and logging each command. A message
+// "stall" sends its first header line and then nothing for five seconds.
 struct POP3Peer {
   explicit POP3Peer(std::vector<std::string> messages, const char* host = "127.0.0.1", int port = 0,
                     long bigsize = 0)
@@ -83,6 +85,11 @@ struct POP3Peer {
           continue;
         }
         std::string reply = "+OK\r\n", text = messages[n - 1];
+        if (text == "stall") {
+          TestPeer::SendAll(fd, "+OK\r\nSubject: stalled\r\n");
+          sleep(5);
+          return;
+        }
         for (size_t at = 0; at < text.size();) {
           size_t end = text.find('\n', at);
           std::string one = text.substr(at, end == std::string::npos ? std::string::npos : end - at);
@@ -114,14 +121,8 @@ std::unique_ptr<NetworkConnection> Open(TestHost& host, int port, const char* ad
 }
 
 std::string ReadFile(const std::string& path) {
-  std::string text;
-  if (FILE* f = fopen(path.c_str(), "rb")) {
-    char block[4096];
-    size_t n;
-    while ((n = fread(block, 1, sizeof block, f)) > 0) text.append(block, n);
-    fclose(f);
-  }
-  return text;
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 }  // namespace
@@ -238,28 +239,12 @@ TEST(POP3, RefusalsAndAnEmptyMaildrop) {
 // A server that stalls inside a message: each character is waited for
 // mailtimeout seconds, and the request's own deadline ends the fetch.
 TEST(POP3, StalledMessageEndsAtTheGlobalTimeout) {
-  TestPeer server(
-      [](int fd, const std::string&) {
-        TestPeer::SendAll(fd, "+OK\r\n");
-        std::string line;
-        while (TestPeer::ReadLine(fd, line)) {
-          if (line == "LIST") {
-            TestPeer::SendAll(fd, "+OK\r\n1 10\r\n.\r\n");
-          } else if (line == "RETR 1") {
-            TestPeer::SendAll(fd, "+OK\r\nSubject: stalled\r\n");
-            sleep(5);
-            return;
-          } else {
-            TestPeer::SendAll(fd, "+OK\r\n");
-          }
-        }
-      },
-      1, false);
+  POP3Peer server({"stall"});
   TestHost host;
   host.config_.mailtimeout = 1;
   host.config_.globaltimeout = 2;
   host.ResetGlobalTimeout();
-  auto connection = Open(host, server.port());
+  auto connection = Open(host, server.peer.port());
   ASSERT_NE(connection, nullptr);
   POP3 pop3(&host, 0);
   ASSERT_EQ(pop3.Connect(connection.get()), ReplyGood);

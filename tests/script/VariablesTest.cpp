@@ -99,6 +99,18 @@ TEST(Variables, LocalFramesAndGlobals) {
   EXPECT_EQ(vars.PopLocalVars(), nullptr);
   EXPECT_STREQ(vars.Value("made"), "by-function");
   EXPECT_STREQ(vars.Value("color"), "green");
+
+  // Reads never create; form fields of one name join.
+  for (const char* name : {"ghost", "l.ghost", "s.ghost", "d.ghost", "v.d.ghost"}) vars.Value(name);
+  vars.AddFormVariable("field", "a");
+  vars.AddFormVariable("FIELD", "b");
+  vars.AddGlobalVariable("dup", "old");
+  vars.AddGlobalVariable("DUP", "new");
+  EXPECT_STREQ(vars.Value("dup"), "new");
+  EXPECT_STREQ(vars.Value("field"), "a,b");
+  VariableList globals(0);
+  vars.GetGlobalVariableList(globals);
+  EXPECT_EQ(Names(globals), "COLOR dup DUP field MADE ");  // in name order
 }
 
 TEST(Variables, SystemNamesAndFrames) {
@@ -168,21 +180,6 @@ TEST(Variables, SearchOrderAndDatabaseScopes) {
   vars.Value("d.nothing");
   EXPECT_EQ(db->viewlist.Current(), orders);
   EXPECT_EQ(host.databases()->Current(), db);
-}
-
-TEST(Variables, ReadsNeverCreateAndFormFieldsJoin) {
-  TestHost host;
-  Variables& vars = *host.vars();
-  for (const char* name : {"ghost", "l.ghost", "s.ghost", "d.ghost", "v.d.ghost"}) vars.Value(name);
-  vars.AddFormVariable("field", "a");
-  vars.AddFormVariable("FIELD", "b");
-  vars.AddGlobalVariable("dup", "old");
-  vars.AddGlobalVariable("DUP", "new");
-  EXPECT_STREQ(vars.Value("dup"), "new");
-  EXPECT_STREQ(vars.Value("field"), "a,b");
-  VariableList list(0);
-  vars.GetGlobalVariableList(list);
-  EXPECT_EQ(Names(list), "dup DUP field ");
 }
 
 TEST(DynamicVariables, RefuseAssignmentAndComputeOnRead) {
