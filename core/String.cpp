@@ -1,6 +1,7 @@
 #include "core/String.h"
 
 #include <cctype>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -168,7 +169,7 @@ bool String::matches(const char* text, int position) const {
   // A longer rest fails where the text ends: on its terminator.
   if (length_ - position != tlen) return false;
   for (int i = position; i < length_; i++) {
-    if (toupper((unsigned char)buffer_[i]) != toupper((unsigned char)text[i - position])) return false;
+    if (UpperASCII((unsigned char)buffer_[i]) != UpperASCII((unsigned char)text[i - position])) return false;
   }
   return true;
 }
@@ -259,11 +260,11 @@ void String::CompressWhitespace() {
 }
 
 void String::upcase() {
-  for (int i = 0; i < length_; i++) buffer_[i] = (char)toupper((unsigned char)buffer_[i]);
+  for (int i = 0; i < length_; i++) buffer_[i] = (char)UpperASCII((unsigned char)buffer_[i]);
 }
 
 void String::lowcase() {
-  for (int i = 0; i < length_; i++) buffer_[i] = (char)tolower((unsigned char)buffer_[i]);
+  for (int i = 0; i < length_; i++) buffer_[i] = (char)LowerASCII((unsigned char)buffer_[i]);
 }
 
 String String::upper() const {
@@ -380,8 +381,7 @@ int split(const String& source, String* pieces, int maximum, const String& separ
 
 String Decimal(long value) {
   char text[24];
-  snprintf(text, sizeof text, "%ld", value);
-  return text;
+  return String(text, (int)(std::to_chars(text, text + sizeof text, value).ptr - text));
 }
 
 bool NextPiece(const String& text, char separator, int& position, String& piece) {

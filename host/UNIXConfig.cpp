@@ -4,6 +4,7 @@
 
 #include "core/Buffer.h"
 #include "core/Error.h"
+#include "core/FileManager.h"
 #include "core/Sorn.h"
 #include "host/SiteVarsParser.h"
 #include "host/UNIXAuthFileParser.h"
@@ -83,6 +84,9 @@ int UNIXConfig::ReadUserSiteVars() {
 }
 
 int UNIXConfig::ReadSiteVarsFile(Sorn* sorn, const String& path, int required) {
+  // Most sites have no file of their own: asking first spares the failed
+  // open its error text.
+  if (!required && !sorn->filemanager()->Exists(path)) return 0;
   Buffer buffer(sorn, 8192);
   if (!buffer.Open(path, path)) {
     if (!required) return 0;

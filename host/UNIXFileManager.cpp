@@ -43,11 +43,10 @@ File* UNIXFileManager::Open(const String& path, int mode) {
 String UNIXFileManager::Signature(const String& path) {
   struct stat st;
   if (stat(path.chars(), &st) != 0) return String();
-  char text[128];
-  snprintf(text, sizeof text, "%llu:%llu:%lld:%lld.%09ld", (unsigned long long)st.st_dev,
-           (unsigned long long)st.st_ino, (long long)st.st_size, (long long)st.st_mtim.tv_sec,
-           (long)st.st_mtim.tv_nsec);
-  return String(text);
+  // Compared for equality only; written without printf, which a page that
+  // prints no number would otherwise bring in.
+  return Decimal((long)st.st_dev) + ":" + Decimal((long)st.st_ino) + ":" + Decimal((long)st.st_size) + ":" +
+         Decimal((long)st.st_mtim.tv_sec) + "." + Decimal(st.st_mtim.tv_nsec);
 }
 
 int UNIXFileManager::Delete(const String& path) {

@@ -2,7 +2,7 @@
 
 #include <sys/time.h>
 
-#include <cstdio>
+#include <charconv>
 #include <cstring>
 #include <ctime>
 
@@ -23,10 +23,9 @@ const char* const kDays[7] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 // The record's fields are narrower than any int could need; a number is
 // cut to the field like any text.
 template <size_t N>
-void Put(char (&field)[N], int number) {
-  char text[16];
-  snprintf(text, sizeof text, "%d", number);
-  size_t n = strlen(text);
+void Put(char (&field)[N], long number) {
+  char text[24];
+  size_t n = std::to_chars(text, text + sizeof text, number).ptr - text;
   if (n >= N) n = N - 1;
   memcpy(field, text, n);
   field[n] = 0;
@@ -34,7 +33,9 @@ void Put(char (&field)[N], int number) {
 
 template <size_t N>
 void Put(char (&field)[N], const char* text) {
-  snprintf(field, N, "%s", text != nullptr ? text : "");
+  size_t n = text != nullptr ? strnlen(text, N - 1) : 0;
+  memcpy(field, text, n);
+  field[n] = 0;
 }
 
 }  // namespace
@@ -49,11 +50,7 @@ int DynamicVariable::SetValue(const String&) {
   return 0;
 }
 
-String TimeRemainingVariable::Generate() {
-  char text[16];
-  snprintf(text, sizeof text, "%d", sorn_ != nullptr ? sorn_->timeremaining() : 0);
-  return String(text);
-}
+String TimeRemainingVariable::Generate() { return Decimal(sorn_ != nullptr ? sorn_->timeremaining() : 0); }
 
 String LanguageVariable::Generate() { return sorn_ != nullptr ? sorn_->language() : String(); }
 
@@ -69,23 +66,28 @@ int sn_gettimevalues(STRTM* values) {
     now.tv_usec = 0;
     ok = 0;
   }
+  return FormatTimeValues(now, values) && ok;
+}
+
+int FormatTimeValues(const struct timeval& now, STRTM* values) {
   time_t seconds = now.tv_sec;
   struct tm local;
   memset(&local, 0, sizeof local);
+  int ok = 1;
   tzset();
   if (localtime_r(&seconds, &local) == nullptr) {
     memset(&local, 0, sizeof local);
     ok = 0;
   }
-  snprintf(values->time_t_text, sizeof values->time_t_text, "%ld", (long)seconds);
-  Put(values->tm_usec, (int)now.tv_usec);
+  Put(values->time_t_text, (long)seconds);
+  Put(values->tm_usec, (long)now.tv_usec);
   Put(values->tm_sec, local.tm_sec);
   Put(values->tm_min, local.tm_min);
   Put(values->tm_hour, local.tm_hour);
   Put(values->tm_mday, local.tm_mday);
   Put(values->tm_mon, local.tm_mon + 1);
   Put(values->stm_mon, kMonths[local.tm_mon >= 0 && local.tm_mon < 12 ? local.tm_mon : 0]);
-  Put(values->tm_year, local.tm_year + 1900);
+  Put(values->tm_year, local.tm_year + 1900L);
   Put(values->tm_wday, local.tm_wday + 1);
   Put(values->stm_wday, kDays[local.tm_wday >= 0 && local.tm_wday < 7 ? local.tm_wday : 0]);
   Put(values->tm_yday, local.tm_yday + 1);
@@ -132,11 +134,30 @@ void AddDynamicVariables(Sorn* sorn, Variables* vars) {
   vars->AddSystemVariable(new DefaultLanguageVariable(sorn));
 }
 
-void AddTimeSnapshotVariables(Variables* vars) {
-  STRTM values;
-  sn_gettimevalues(&values);
-  for (int type = 0; type < DynTimeTypes; type++) {
-    DynamicTimeVariableType t = (DynamicTimeVariableType)type;
-    vars->AddSystemVariable(DynamicTimeVariableName(t) + 4, TimeValueText(values, t));
+TimeSnapshotVariable::TimeSnapshotVariable(const struct timeval& reading, DynamicTimeVariableType type)
+    : Variable(DynamicTimeVariableName(type) + 4, String()), reading_(reading), type_(type), known_(0) {}
+
+String& TimeSnapshotVariable::value() {
+  if (!known_) {
+    STRTM values;
+    FormatTimeValues(reading_, &values);
+    value_ = TimeValueText(values, type_);
+    known_ = 1;
   }
+  return value_;
+}
+
+int TimeSnapshotVariable::SetValue(const String& value) {
+  known_ = 1;
+  return Variable::SetValue(value);
+}
+
+void AddTimeSnapshotVariables(Variables* vars) {
+  struct timeval now;
+  if (gettimeofday(&now, nullptr) != 0) {
+    now.tv_sec = 0;
+    now.tv_usec = 0;
+  }
+  for (int type = 0; type < DynTimeTypes; type++)
+    vars->AddSystemVariable(new TimeSnapshotVariable(now, (DynamicTimeVariableType)type));
 }

@@ -4,6 +4,8 @@
 #ifndef SORN_SCRIPT_DYNAMICVARIABLE_H
 #define SORN_SCRIPT_DYNAMICVARIABLE_H
 
+#include <sys/time.h>
+
 #include "script/Variable.h"
 
 class Sorn;
@@ -88,6 +90,9 @@ struct STRTM {
 // Fills values from gettimeofday and the local time; 1 on success, 0 when
 // the clock could not be read (the texts are then those of time 0).
 int sn_gettimevalues(STRTM* values);
+// The texts of the reading now (local time, the zone read by tzset); 1 on
+// success, 0 when the local time could not be worked out.
+int FormatTimeValues(const struct timeval& now, STRTM* values);
 // The text of one type within values.
 const char* TimeValueText(const STRTM& values, DynamicTimeVariableType type);
 // The live variable name of a type, "dyn_time_t" .. "dyn_stm_zone"; the
@@ -110,8 +115,24 @@ class DynamicTimeVariable : public DynamicVariable {
 // Adds to the base system tree of vars the fourteen time variables in type
 // order, then dyn_time_remaining, sorn_language and sorn_defaultlanguage.
 void AddDynamicVariables(Sorn* sorn, Variables* vars);
-// Adds the snapshot of one clock reading as plain system variables
-// (time_t, tm_usec, ... stm_zone).
+// One text of the clock reading at the request's start (time_t, tm_usec,
+// ... stm_zone): an ordinary variable, whose text is worked out at its first
+// read, since most pages read none and the local time needs the time zone
+// file. Assigning to it replaces the text like any variable.
+class TimeSnapshotVariable : public Variable {
+ public:
+  TimeSnapshotVariable(const struct timeval& reading, DynamicTimeVariableType type);
+  String& value() override;
+  int SetValue(const String& value) override;
+
+ private:
+  struct timeval reading_;
+  DynamicTimeVariableType type_;
+  int known_;
+};
+
+// Adds the snapshot of one clock reading as system variables (time_t,
+// tm_usec, ... stm_zone).
 void AddTimeSnapshotVariables(Variables* vars);
 
 #endif

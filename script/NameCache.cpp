@@ -2,9 +2,11 @@
 
 #include <cstring>
 
+#include "core/String.h"
+
 namespace {
 
-inline unsigned char Fold(unsigned char c) { return (unsigned)(c - 'A') < 26u ? c + ('a' - 'A') : c; }
+inline unsigned char Fold(unsigned char c) { return (unsigned char)LowerASCII(c); }
 
 }  // namespace
 
@@ -40,7 +42,7 @@ void NameCache::Store(const char* name, unsigned hash, Variable* found) {
   if ((used_ + 1) * 2 > slots_.size()) {
     std::vector<Slot> old;
     old.swap(slots_);
-    slots_.resize(old.empty() ? 64 : old.size() * 2);
+    slots_.resize(old.empty() ? 16 : old.size() * 2);
     used_ = 0;
     for (Slot& slot : old)
       if (slot.stamp == stamp_) Place(std::move(slot));

@@ -138,7 +138,7 @@ int Parser::FindText(const String& target, const String& display) {
     }
     if (c == '\n') CountLine();
     kept.cat((char)c);
-    if (toupper(c) == toupper((unsigned char)target[matched])) {
+    if (UpperASCII(c) == UpperASCII((unsigned char)target[matched])) {
       if (++matched == length) return ScanDone;
       continue;
     }

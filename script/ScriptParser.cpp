@@ -138,9 +138,9 @@ Tag* MakeTemplate(const TagRow& row) {
 // are not in the table; the first letter and the length turn them away
 // before any full comparison.
 const TagRow* FindRow(const String& name) {
-  int first = toupper((unsigned char)name[0]);
+  int first = UpperASCII((unsigned char)name[0]);
   for (const TagRow& row : kTags) {
-    if (toupper((unsigned char)row.name[0]) != first || (int)strlen(row.name) != name.length()) continue;
+    if (UpperASCII((unsigned char)row.name[0]) != first || (int)strlen(row.name) != name.length()) continue;
     if (strcasecmp(row.name, name.chars()) == 0) return &row;
   }
   return nullptr;

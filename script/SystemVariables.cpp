@@ -10,9 +10,7 @@ int Sorn::AddSystemVariables() {
   vars()->AddSystemVariable("version", "3.7600");
   vars()->AddSystemVariable("sornversion", "3.7600");
   AddTimeSnapshotVariables(vars());
-  char timeout[32];
-  snprintf(timeout, sizeof timeout, "%d", config()->globaltimeout);
-  vars()->AddSystemVariable("globaltimeout", timeout);
+  vars()->AddSystemVariable("globaltimeout", Decimal(config()->globaltimeout));
   AddDynamicVariables(this, vars());
   return 1;
 }

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "../core/ScopedTimeZone.h"
 #include "../host/TestHost.h"
 #include "core/Database.h"
 #include "script/DynamicVariable.h"
@@ -206,4 +207,22 @@ TEST(DynamicVariables, RefuseAssignmentAndComputeOnRead) {
   EXPECT_EQ(atoi(values.tm_yday), local.tm_yday + 1);
   EXPECT_EQ(atoi(vars.Value("dyn_tm_year")), local.tm_year + 1900);
   EXPECT_EQ(std::string("JanFebMarAprMayJunJulAugSepOctNovDec").substr(3 * local.tm_mon, 3), values.stm_mon);
+}
+
+// The start-of-request texts are worked out at their first read, yet must
+// be those of the reading taken at the start, in the zone of that moment;
+// an assignment before any read must not be overwritten by that first read.
+TEST(TimeSnapshotVariables, KeepTheStartReadingUntilAssigned) {
+  ScopedTimeZone zone("UTC");
+  struct timeval start = {951782400 + 3 * 3600 + 4 * 60 + 5, 123456};  // 2000-02-29 03:04:05 UTC
+  const char* expected[DynTimeTypes] = {"951793445", "123456", "5", "4",   "3",   "29",  "2",
+                                        "Feb",       "2000",   "3", "Tue", "60",  "0",   "UTC"};
+  for (int type = 0; type < DynTimeTypes; type++) {
+    TimeSnapshotVariable v(start, (DynamicTimeVariableType)type);
+    EXPECT_STREQ(v.name(), DynamicTimeVariableName((DynamicTimeVariableType)type) + 4);
+    EXPECT_STREQ(v.value(), expected[type]) << v.name();
+  }
+  TimeSnapshotVariable year(start, DynTmYear);
+  EXPECT_EQ(year.SetValue("1066"), 1);
+  EXPECT_STREQ(year.value(), "1066");
 }
