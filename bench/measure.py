@@ -9,13 +9,16 @@ each page's body is compared with BENCHDIR/expected/WORKLOAD.txt.
 
 Timing: hyperfine runs all of one command's runs before the next command's, so the
 commands take turns here instead: ROUNDS rounds, each giving every command one short
-hyperfine batch (order rotated each round); the median is taken over all runs. Peak
+hyperfine batch (order rotated each round); the median is taken over all runs. The
+batches are kept to ten runs: on a shared virtual machine the speed of the host
+drifts within seconds, and a batch of forty could fall into a slow spell that the
+command it is compared with missed. Peak
 resident memory is GNU time's %M (ru_maxrss), the largest of three runs. (ru_maxrss of
 a child forked straight from Python would include Python's own pages from before exec.)
 """
 import json, os, statistics, subprocess, sys, tempfile, time
 
-ROUNDS = int(os.environ.get("BENCH_ROUNDS", "5"))
+ROUNDS = int(os.environ.get("BENCH_ROUNDS", "20"))
 BUDGET = float(os.environ.get("BENCH_SECONDS", "5"))  # seconds per command and workload
 WORKLOADS = ["hello", "loop", "funcs", "strings", "page", "findkey"]
 # The most each workload may take, as a share of php-cgi's time.
@@ -111,7 +114,7 @@ def main():
         for label, argv, env in cmds:
             rss[label] = max(peak_rss(argv, env) for _ in range(3))
         times = {label: [] for label, _, _ in cmds}
-        runs = {label: max(2, min(40, int(BUDGET / ROUNDS / max(probe[label], 1e-4))))
+        runs = {label: max(2, min(10, int(BUDGET / ROUNDS / max(probe[label], 1e-4))))
                 for label, _, _ in cmds}
         for r in range(ROUNDS):
             order = cmds[r % len(cmds):] + cmds[:r % len(cmds)]

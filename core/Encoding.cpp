@@ -1,10 +1,9 @@
 // URL and entity codings of Sorn. Each builds its result in one scratch
 // buffer and stops at the end of the text, whatever the text holds.
-#include <strings.h>
-
 #include <cstring>
 #include <string>
 
+#include "core/Keys.h"
 #include "core/Sorn.h"
 
 namespace {
@@ -25,7 +24,7 @@ int HexDigit(unsigned char c) {
 // Case-insensitive equality of text[start, end) with word.
 bool IsName(const char* text, int start, int end, const char* word) {
   size_t n = strlen(word);
-  return (size_t)(end - start) == n && strncasecmp(text + start, word, n) == 0;
+  return (size_t)(end - start) == n && CompareKeys(text + start, word, n) == 0;
 }
 
 void Store(String& text, const std::string& result) { text.assign(result.data(), (int)result.size()); }

@@ -4,7 +4,7 @@
 #ifndef SORN_CORE_LIST_H
 #define SORN_CORE_LIST_H
 
-#include <strings.h>
+#include "core/Keys.h"
 
 enum ListPosition { ListHead = 0, ListCurrent = 1, ListTail = 2 };
 
@@ -125,7 +125,7 @@ class List {
 };
 
 // A list searched by name. Every instance compares text keys with
-// strcasecmp against ElementName(element), which each element type supplies.
+// CompareKeys against ElementName(element), which each element type supplies.
 template <class T, class K = const char*>
 class SearchableList : public List<T> {
  public:
@@ -139,7 +139,7 @@ class SearchableList : public List<T> {
     this->SetCursor(node);
     return node ? node->element : nullptr;
   }
-  virtual int Compare(K key, T* element) { return strcasecmp(key, ElementName(element)); }
+  virtual int Compare(K key, T* element) { return CompareKeys(key, ElementName(element)); }
 };
 
 #endif

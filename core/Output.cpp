@@ -4,20 +4,45 @@
 
 #include <cstring>
 
+namespace {
+
+// The buffer starts this small and doubles up to its size: most pages are a
+// few kilobytes, and the heap pages of a full buffer cost every request.
+const int kFirstCapacity = 1024;
+
+}  // namespace
+
 Output::Output(int size)
-    : size_(size > 0 ? size : 1), buffer_(new char[size > 0 ? size : 1]), used_(0), inwhitespace_(0) {}
+    : size_(size > 0 ? size : 1),
+      capacity_(size_ < kFirstCapacity ? size_ : kFirstCapacity),
+      buffer_(new char[capacity_]),
+      used_(0),
+      inwhitespace_(0) {}
 
 Output::~Output() { delete[] buffer_; }
+
+void Output::Reserve(int needed) {
+  if (needed <= capacity_) return;
+  int grown = capacity_;
+  while (grown < needed) grown = grown > size_ / 2 ? size_ : grown * 2;
+  char* bigger = new char[grown];
+  memcpy(bigger, buffer_, used_);
+  delete[] buffer_;
+  buffer_ = bigger;
+  capacity_ = grown;
+}
 
 int Output::Write(const char* data, int length) {
   if (length == -1) length = (int)strlen(data);
   if (length <= 0) return length < 0 ? 0 : length;
   if (length <= size_) {
     if (used_ + length > size_) Flush();
+    Reserve(used_ + length);
     memcpy(buffer_ + used_, data, length);
     used_ += length;
     return length;
   }
+  Reserve(size_);
   int done = 0;
   while (done < length) {
     int room = size_ - used_;

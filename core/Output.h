@@ -22,7 +22,11 @@ class Output {
   virtual int& inwhitespace() { return inwhitespace_; }
 
  protected:
-  int size_;
+  // Grows the buffer to hold needed bytes (at most size_).
+  void Reserve(int needed);
+
+  int size_;      // buffered bytes that make a write
+  int capacity_;  // bytes allocated so far
   char* buffer_;
   int used_;
   int inwhitespace_;

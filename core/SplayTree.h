@@ -4,21 +4,9 @@
 #ifndef SORN_CORE_SPLAYTREE_H
 #define SORN_CORE_SPLAYTREE_H
 
-#include <strings.h>
-
 #include <vector>
 
-// Key comparison of the trees: names ignore case (as strcasecmp does in the
-// C locale the engine runs in: ASCII letters only), numbers compare as such.
-inline int CompareKeys(const char* a, const char* b) {
-  for (;; a++, b++) {
-    unsigned ca = (unsigned char)*a, cb = (unsigned char)*b;
-    if (ca - 'A' < 26u) ca += 'a' - 'A';
-    if (cb - 'A' < 26u) cb += 'a' - 'A';
-    if (ca != cb || ca == 0) return (int)ca - (int)cb;
-  }
-}
-inline int CompareKeys(int a, int b) { return a < b ? -1 : a > b ? 1 : 0; }
+#include "core/Keys.h"
 
 template <class T, class K = const char*>
 class SplayTree {

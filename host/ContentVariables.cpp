@@ -14,6 +14,7 @@ namespace {
 // The announced body length as atoi reads it, but without its undefined
 // overflow: a negative or unreadable length is 0, a huge one is capped.
 int ContentLength(const String& text) {
+  if (text.empty()) return 0;  // a request without a body, the common case
   long length = strtol(text.chars(), nullptr, 10);
   if (length <= 0) return 0;
   const long maximum = INT_MAX - 65536;

@@ -2,7 +2,10 @@
 // variables, its modules, and the run of the main module at the end of Go.
 #include "core/Sorn.h"
 
+#include <sys/time.h>
+
 #include <cstdlib>
+#include <ctime>
 
 #include "core/Config.h"
 #include "core/Database.h"
@@ -35,7 +38,11 @@ Sorn::~Sorn() {
 
 int Sorn::Go() {
   String path, name, error;
-  srand((unsigned)time(0));
+  // The seed is time(0); gettimeofday, which the time variables call
+  // anyway, gives the same seconds.
+  struct timeval now;
+  if (gettimeofday(&now, nullptr) != 0) now.tv_sec = time(0);
+  srand((unsigned)now.tv_sec);
   if (!AddEnvironmentVariables()) return 0;
   if (!LoadConfiguration() || !CheckConfiguration()) return 0;
   if (!GetScriptInformation(path, name)) return 0;

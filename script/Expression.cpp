@@ -430,7 +430,7 @@ int Expression::GetNextToken(String& token, int haveoperand, char separator, cha
       parser_->ExpressionError("Unexpected &quot;");
       return ExpressionFailed;
     }
-    if (!isalnum(c) && c != '-' && c != '.' && c != '_') {
+    if (!IsAlnumASCII(c) && c != '-' && c != '.' && c != '_') {
       parser_->ExpressionError("Unexpected " + Quoted(c));
       return ExpressionFailed;
     }
@@ -519,7 +519,7 @@ int Expression::GetNextExpression(char separator, char terminator, char quote, i
           }
         } else {
           char first = token[0];
-          if (first == '-' || first == '.' || first == '"' || first == '\'' || isdigit((unsigned char)first))
+          if (first == '-' || first == '.' || first == '"' || first == '\'' || IsDigitASCII((unsigned char)first))
             tree_.Insert(new ExpressionConstant(token));
           else
             tree_.Insert(new ExpressionVariable(token));
@@ -613,7 +613,7 @@ int Expression::ReadTokenized(const String& text, int* position, char separator,
         tree_.Insert(function);
       } else {
         char first = token[0];
-        if (first == '-' || first == '.' || first == '"' || first == '\'' || isdigit((unsigned char)first))
+        if (first == '-' || first == '.' || first == '"' || first == '\'' || IsDigitASCII((unsigned char)first))
           tree_.Insert(new ExpressionConstant(token));
         else
           tree_.Insert(new ExpressionVariable(token));

@@ -1,7 +1,5 @@
 #include "script/ExpressionOperator.h"
 
-#include <strings.h>
-
 #include <cctype>
 #include <cerrno>
 #include <charconv>
@@ -11,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/Keys.h"
 #include "core/Sorn.h"
 #include "script/Format.h"
 #include "script/MathLibrary.h"
@@ -147,7 +146,7 @@ int Expression::IsTrue(const String& value) {
 
 const _OperatorInfo* ExpressionOperator::Find(const char* text, int length) {
   for (const _OperatorInfo* row = kOperators; row->length > 0; row++) {
-    if (row->length == length && strncasecmp(row->name, text, (size_t)length) == 0) return row;
+    if (row->length == length && CompareKeys(row->name, text, (size_t)length) == 0) return row;
   }
   return nullptr;
 }

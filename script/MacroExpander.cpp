@@ -1,10 +1,9 @@
 #include "script/MacroExpander.h"
 
-#include <strings.h>
-
 #include <cstring>
 #include <string>
 
+#include "core/Keys.h"
 #include "script/Variables.h"
 
 namespace {
@@ -13,7 +12,7 @@ namespace {
 // embedded NUL bytes.
 bool SameWord(const String& text, const char* word) {
   size_t n = strlen(word);
-  return (size_t)text.length() == n && strncasecmp(text.chars(), word, n) == 0;
+  return (size_t)text.length() == n && CompareKeys(text.chars(), word, n) == 0;
 }
 
 }  // namespace
@@ -91,7 +90,7 @@ int MacroExpander::CheckForMacro(String& result) {
       c = Buffer::GetNextChar();
     }
     bool macro = false;
-    if (collected == 4 && strncasecmp(text, "amp;", 4) == 0) {
+    if (collected == 4 && CompareKeys(text, "amp;", 4) == 0) {
       c = Buffer::GetNextChar();
       if (c == '[') {
         macro = true;

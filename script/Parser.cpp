@@ -276,7 +276,7 @@ int Parser::GetNextNameValuePair(Tag* tag) {
     }
     t = buffer_->GetNextChar();
   }
-  if (!isalpha((unsigned char)name[0]) && name[0] != '_') {
+  if (!IsAlphaASCII((unsigned char)name[0]) && name[0] != '_') {
     ScanError("Attribute '" + name + "' begins with a non-alpha character");
     return ScanFailure;
   }

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "core/Buffer.h"
+#include "core/Keys.h"
 #include "core/Error.h"
 #include "core/FileManager.h"
 #include "core/Output.h"
@@ -141,7 +142,7 @@ const TagRow* FindRow(const String& name) {
   int first = UpperASCII((unsigned char)name[0]);
   for (const TagRow& row : kTags) {
     if (UpperASCII((unsigned char)row.name[0]) != first || (int)strlen(row.name) != name.length()) continue;
-    if (strcasecmp(row.name, name.chars()) == 0) return &row;
+    if (CompareKeys(row.name, name.chars()) == 0) return &row;
   }
   return nullptr;
 }

@@ -91,6 +91,26 @@ TEST(Output, ExactSizeStaysBufferedOneMoreGoesOutInTwoPartsStringsOnFlush) {
   out.Flush();
   EXPECT_EQ(out.calls[1], "e");
 
+  // A buffer larger than its first allocation grows while text comes in,
+  // and still writes exactly what one full buffer would.
+  CountingOutput big(3000);
+  std::string sent;
+  for (int i = 0; i < 7; i++) {
+    std::string piece(450, (char)('a' + i));
+    big.Write(piece.c_str(), (int)piece.size());
+    sent += piece;
+  }
+  std::string tail(6100, 'z');
+  big.Write(tail.c_str(), (int)tail.size());
+  big.Flush();
+  sent += tail;
+  std::string written;
+  for (const std::string& call : big.calls) written += call;
+  EXPECT_EQ(written, sent);
+  ASSERT_GE(big.calls.size(), 3u);
+  EXPECT_EQ(big.calls[0].size(), 2700u);  // six pieces; the seventh did not fit
+  EXPECT_EQ(big.calls[1].size(), 3000u);
+
   StringOutput text(8);  // collects only after a flush
   text.Write("hello", -1);
   EXPECT_STREQ(text.string(), "");

@@ -109,5 +109,10 @@ TEST(SplayTree, KeyOrderIsThatOfStrcasecmp) {
       int mine = CompareKeys(a, b), theirs = strcasecmp(a, b);
       EXPECT_EQ(mine < 0, theirs < 0) << a << " " << b;
       EXPECT_EQ(mine == 0, theirs == 0) << a << " " << b;
+      for (size_t n = 0; n < 4; n++) {
+        mine = CompareKeys(a, b, n), theirs = strncasecmp(a, b, n);
+        EXPECT_EQ(mine < 0, theirs < 0) << a << " " << b << " " << n;
+        EXPECT_EQ(mine == 0, theirs == 0) << a << " " << b << " " << n;
+      }
     }
 }
