@@ -5,7 +5,7 @@
 #include "core/Sorn.h"
 
 Buffer::Buffer(Sorn* sorn, int size)
-    : sorn_(sorn), file_(nullptr), data_(new char[size > 0 ? size : 1]), size_(size > 0 ? size : 1),
+    : sorn_(sorn), file_(nullptr), data_(nullptr), size_(0), blocksize_(size > 0 ? size : 1),
       index_(0), offset_(0), valid_(0) {}
 
 Buffer::~Buffer() {
@@ -19,6 +19,16 @@ int Buffer::Open(const char* path, const char* name) {
   delete file_;
   file_ = sorn_->filemanager()->Open(path_, FileRead);
   if (file_ == nullptr) return 0;
+  // A file shorter than a block gets a block one byte longer than itself:
+  // its first read finds the end just as a full block's would, and most
+  // scripts and configuration files are a fraction of a block.
+  long length = file_->Length();
+  int size = length >= 0 && length < blocksize_ ? (int)length + 1 : blocksize_;
+  if (size != size_) {
+    delete[] data_;
+    data_ = new char[size];
+    size_ = size;
+  }
   index_ = 0;
   offset_ = 0;
   valid_ = 0;

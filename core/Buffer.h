@@ -39,7 +39,8 @@ class Buffer {
   Sorn* sorn_;
   File* file_;
   char* data_;
-  int size_;
+  int size_;       // of this file's blocks: the block size, or less for a short file
+  int blocksize_;  // as asked for
   int index_;
   long offset_;
   int valid_;

@@ -31,10 +31,7 @@ int UNIXConfig::SetConfigValue(const String& name, const String& value) {
 }
 
 int UNIXConfig::ReadConfiguration(const String& file) {
-  // Read once from start to end: a buffer the size of the file (a few lines,
-  // as a rule) spares every request the heap pages of a full one.
-  long length = sorn_->filemanager()->Length(file);
-  Buffer buffer(sorn_, length >= 0 && length < 8192 ? (int)length + 1 : 8192);
+  Buffer buffer(sorn_, 8192);
   if (!buffer.Open(file, file)) {
     sorn_->Error(ConfigurationError(this, "Cannot open configuration file"));
     return 1;

@@ -73,6 +73,22 @@ TEST(Buffer, ReadsUnGetsAndSeeksAcrossBlocks) {
   EXPECT_TRUE(buffer.Seek(1));
   EXPECT_EQ(ReadAll(buffer), "bcdefghij");
   EXPECT_FALSE(buffer.Open("/nonexistent/file", "x"));
+
+  // A file shorter than the block gets a smaller one; it must read as a full
+  // block would, also once the file has grown under it.
+  TempFile growing("abc");
+  Buffer big(&sorn, 100);
+  ASSERT_TRUE(big.Open(growing.path.c_str(), "g"));
+  EXPECT_EQ(ReadAll(big), "abc");
+  FILE* more = fopen(growing.path.c_str(), "a");
+  fputs("defgh", more);
+  fclose(more);
+  EXPECT_EQ(big.GetNextChar(), -1);  // the end seen at the first read stands
+  EXPECT_TRUE(big.Seek(1));
+  EXPECT_EQ(ReadAll(big), "bc");
+  EXPECT_TRUE(big.Seek(3));  // outside the block: read afresh from there
+  EXPECT_EQ(ReadAll(big), "defgh");
+  EXPECT_EQ(big.CurrentFilePosition(), 8);
 }
 
 TEST(Output, ExactSizeStaysBufferedOneMoreGoesOutInTwoPartsStringsOnFlush) {
