@@ -1,30 +1,28 @@
-// Key comparison of the engine's containers: names ignore case (as
-// strcasecmp does in the C locale the engine runs in: ASCII letters only),
-// numbers compare as such. Inline, and without the C library's locale
-// tables, which a request would otherwise fault in for the first name.
+// Names and characters as the C locale, the engine's only one, has them:
+// ASCII letters alone fold and class, inline, without a library call or the
+// C library's locale tables, which a request would otherwise fault in for
+// its first name. CompareKeys is the key comparison of the containers:
+// names ignore case as strcasecmp does, numbers compare as such.
 #ifndef SORN_CORE_KEYS_H
 #define SORN_CORE_KEYS_H
 
 #include <cstddef>
 
-inline int CompareKeys(const char* a, const char* b) {
-  for (;; a++, b++) {
-    unsigned ca = (unsigned char)*a, cb = (unsigned char)*b;
-    if (ca - 'A' < 26u) ca += 'a' - 'A';
-    if (cb - 'A' < 26u) cb += 'a' - 'A';
-    if (ca != cb || ca == 0) return (int)ca - (int)cb;
-  }
-}
-inline int CompareKeys(int a, int b) { return a < b ? -1 : a > b ? 1 : 0; }
+inline int UpperASCII(int c) { return (unsigned)(c - 'a') < 26u ? c - ('a' - 'A') : c; }
+inline int LowerASCII(int c) { return (unsigned)(c - 'A') < 26u ? c + ('a' - 'A') : c; }
+inline bool IsDigitASCII(int c) { return (unsigned)(c - '0') < 10u; }
+inline bool IsAlphaASCII(int c) { return (unsigned)(LowerASCII(c) - 'a') < 26u; }
+inline bool IsAlnumASCII(int c) { return IsDigitASCII(c) || IsAlphaASCII(c); }
+
 // At most the first n bytes, as strncasecmp compares them.
 inline int CompareKeys(const char* a, const char* b, size_t n) {
   for (; n > 0; n--, a++, b++) {
-    unsigned ca = (unsigned char)*a, cb = (unsigned char)*b;
-    if (ca - 'A' < 26u) ca += 'a' - 'A';
-    if (cb - 'A' < 26u) cb += 'a' - 'A';
-    if (ca != cb || ca == 0) return (int)ca - (int)cb;
+    int ca = LowerASCII((unsigned char)*a), cb = LowerASCII((unsigned char)*b);
+    if (ca != cb || ca == 0) return ca - cb;
   }
   return 0;
 }
+inline int CompareKeys(const char* a, const char* b) { return CompareKeys(a, b, (size_t)-1); }
+inline int CompareKeys(int a, int b) { return a < b ? -1 : a > b ? 1 : 0; }
 
 #endif

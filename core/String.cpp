@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/Keys.h"
+
 // An empty String owns no storage (buffer_ null, capacity 0) until text
 // arrives; allocations are always whole multiples of the 24-byte quantum.
 String::String() : buffer_(nullptr), capacity_(0), length_(0) {}

@@ -104,14 +104,6 @@ int split(const String& source, String* pieces, int maximum, const String& separ
 // A number written as "%ld" writes it.
 String Decimal(long value);
 
-// Case and classes as the C locale, the engine's only one, has them: ASCII
-// alone, without a library call and its locale tables for each character.
-inline int UpperASCII(int c) { return (unsigned)(c - 'a') < 26u ? c - ('a' - 'A') : c; }
-inline int LowerASCII(int c) { return (unsigned)(c - 'A') < 26u ? c + ('a' - 'A') : c; }
-inline bool IsDigitASCII(int c) { return (unsigned)(c - '0') < 10u; }
-inline bool IsAlphaASCII(int c) { return (unsigned)(LowerASCII(c) - 'a') < 26u; }
-inline bool IsAlnumASCII(int c) { return IsDigitASCII(c) || IsAlphaASCII(c); }
-
 // The piece of text from position up to the next separator, one per call;
 // false once the text is used up (an empty text gives one empty piece).
 bool NextPiece(const String& text, char separator, int& position, String& piece);

@@ -33,9 +33,18 @@ void Put(char (&field)[N], long number) {
 
 template <size_t N>
 void Put(char (&field)[N], const char* text) {
-  size_t n = text != nullptr ? strnlen(text, N - 1) : 0;
+  if (text == nullptr) text = "";
+  size_t n = strnlen(text, N - 1);
   memcpy(field, text, n);
   field[n] = 0;
+}
+
+// The clock now; time 0 and a 0 result when it cannot be read.
+int ReadClock(struct timeval* now) {
+  if (gettimeofday(now, nullptr) == 0) return 1;
+  now->tv_sec = 0;
+  now->tv_usec = 0;
+  return 0;
 }
 
 }  // namespace
@@ -60,12 +69,7 @@ String DefaultLanguageVariable::Generate() {
 
 int sn_gettimevalues(STRTM* values) {
   struct timeval now;
-  int ok = 1;
-  if (gettimeofday(&now, nullptr) != 0) {
-    now.tv_sec = 0;
-    now.tv_usec = 0;
-    ok = 0;
-  }
+  int ok = ReadClock(&now);
   return FormatTimeValues(now, values) && ok;
 }
 
@@ -154,10 +158,7 @@ int TimeSnapshotVariable::SetValue(const String& value) {
 
 void AddTimeSnapshotVariables(Variables* vars) {
   struct timeval now;
-  if (gettimeofday(&now, nullptr) != 0) {
-    now.tv_sec = 0;
-    now.tv_usec = 0;
-  }
+  ReadClock(&now);
   for (int type = 0; type < DynTimeTypes; type++)
     vars->AddSystemVariable(new TimeSnapshotVariable(now, (DynamicTimeVariableType)type));
 }

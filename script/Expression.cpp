@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "core/Buffer.h"
+#include "core/Keys.h"
 #include "script/ExpressionOperator.h"
 #include "script/Function.h"
 #include "script/MacroExpander.h"

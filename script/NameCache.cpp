@@ -2,24 +2,18 @@
 
 #include <cstring>
 
-#include "core/String.h"
-
-namespace {
-
-inline unsigned char Fold(unsigned char c) { return (unsigned char)LowerASCII(c); }
-
-}  // namespace
+#include "core/Keys.h"
 
 unsigned NameCache::Hash(const char* name) {
   unsigned h = 2166136261u;  // FNV-1a
-  for (const unsigned char* p = (const unsigned char*)name; *p != 0; p++) h = (h ^ Fold(*p)) * 16777619u;
+  for (const unsigned char* p = (const unsigned char*)name; *p != 0; p++) h = (h ^ LowerASCII(*p)) * 16777619u;
   return h;
 }
 
 bool NameCache::Same(const std::string& folded, const char* name) {
   size_t i = 0;
   for (; name[i] != 0; i++)
-    if (i >= folded.size() || (unsigned char)folded[i] != Fold((unsigned char)name[i])) return false;
+    if (i >= folded.size() || (unsigned char)folded[i] != LowerASCII((unsigned char)name[i])) return false;
   return i == folded.size();
 }
 
@@ -52,7 +46,7 @@ void NameCache::Store(const char* name, unsigned hash, Variable* found) {
   slot.stamp = stamp_;
   slot.found = found;
   slot.spelled = name;
-  for (const unsigned char* p = (const unsigned char*)name; *p != 0; p++) slot.name += (char)Fold(*p);
+  for (const unsigned char* p = (const unsigned char*)name; *p != 0; p++) slot.name += (char)LowerASCII(*p);
   Place(std::move(slot));
 }
 

@@ -6,6 +6,7 @@
 #include "core/Buffer.h"
 #include "core/Error.h"
 #include "core/File.h"
+#include "core/Keys.h"
 #include "core/Sorn.h"
 
 Parser::Parser(Sorn* sorn, Buffer* buffer) : sorn_(sorn), file_(nullptr), tags_(1), line_(1), buffer_(buffer) {}

@@ -1,14 +1,12 @@
 #include "script/ScriptParser.h"
 
-#include <strings.h>
-
 #include <cctype>
 #include <cstring>
 
 #include "core/Buffer.h"
-#include "core/Keys.h"
 #include "core/Error.h"
 #include "core/FileManager.h"
+#include "core/Keys.h"
 #include "core/Output.h"
 #include "core/Sorn.h"
 #include "script/Builtins.h"
