@@ -112,39 +112,32 @@ TEST_F(XBaseTableTest, MemoFileIsMadeFreshAndTextsStartAtBlocks) {
   EXPECT_EQ(Read("notes.dbt"), Hex("01 00 00 00") + std::string(508, '\0') + "\x1a");
   EXPECT_EQ(t->memodisplayname(), "notes.dbt");
 
-  // Memo texts start at block boundaries.
+  // Memo texts start at block boundaries: 510 bytes and two end marks fill
+  // one block, 511 take two.
+  std::string a(510, 'a'), b(511, 'b');
   Add(t.get(), {{"TITLE", "one"}, {"BODY", "hello"}});
   Add(t.get(), {{"TITLE", "two"}, {"BODY", "second text"}});
   // An empty text takes no block and leaves ten blanks.
   Add(t.get(), {{"TITLE", "three"}, {"BODY", ""}});
-  EXPECT_EQ(Read("notes.dbf").substr(97), std::string(" one     ") + "         1" + " two     " +
-                                               "         2" + " three   " + "          " + "\x1a");
+  Add(t.get(), {{"TITLE", "a"}, {"BODY", a}});
+  Add(t.get(), {{"TITLE", "b"}, {"BODY", b}});
+  Add(t.get(), {{"TITLE", "c"}, {"BODY", "c"}});
+  EXPECT_EQ(Read("notes.dbf").substr(97), std::string(" one     ") + "         1" + " two     " + "         2" +
+                                               " three   " + "          " + " a       " + "         3" +
+                                               " b       " + "         4" + " c       " + "         6" + "\x1a");
   std::string memo = Read("notes.dbt");
-  ASSERT_EQ(memo.size(), 1037u);
-  EXPECT_EQ(memo.substr(0, 4), Hex("03 00 00 00"));
+  ASSERT_EQ(memo.size(), 6 * 512 + 3u);
+  EXPECT_EQ(memo.substr(0, 4), Hex("07 00 00 00"));
   EXPECT_EQ(memo.substr(512, 512), "hello\x1a\x1a" + std::string(505, '\0'));
-  EXPECT_EQ(memo.substr(1024), "second text\x1a\x1a");
+  EXPECT_EQ(memo.substr(1024, 13), "second text\x1a\x1a");
+  EXPECT_EQ(memo.substr(3 * 512 - 2, 6), Hex("00 00 61 61 61 61"));
+  EXPECT_EQ(memo.substr(4 * 512 - 4, 6), Hex("61 61 1a 1a 62 62"));
+  EXPECT_EQ(memo.substr(4 * 512 + 509, 6), Hex("62 62 1a 1a 00 00"));
+  EXPECT_EQ(memo.substr(6 * 512), "c\x1a\x1a");
 
   std::unique_ptr<XBaseTable> r = Open("notes.dbf");
-  EXPECT_EQ(r->nextfreeblock(), 3);
-  EXPECT_EQ(Rows(r.get()), "one|hello\ntwo|second text\nthree|\n");
-}
-
-TEST_F(XBaseTableTest, MemoOf510BytesFillsOneBlockAnd511Two) {
-  std::unique_ptr<XBaseTable> t = Create("m.dbf", {{"BODY", XBaseMEMO, 10, 0}});
-  std::string a(510, 'a'), b(511, 'b');
-  Add(t.get(), {{"BODY", a}});
-  Add(t.get(), {{"BODY", b}});
-  Add(t.get(), {{"BODY", "c"}});
-  EXPECT_EQ(Read("m.dbf").substr(65), "          1          2          4\x1a");
-  std::string memo = Read("m.dbt");
-  ASSERT_EQ(memo.size(), 2051u);
-  EXPECT_EQ(memo.substr(0, 4), Hex("05 00 00 00"));
-  EXPECT_EQ(memo.substr(1020, 6), Hex("61 61 1a 1a 62 62"));
-  EXPECT_EQ(memo.substr(1533, 6), Hex("62 62 1a 1a 00 00"));
-  EXPECT_EQ(memo.substr(2048), "c\x1a\x1a");
-  std::unique_ptr<XBaseTable> r = Open("m.dbf");
-  EXPECT_EQ(Rows(r.get()), a + "\n" + b + "\nc\n");
+  EXPECT_EQ(r->nextfreeblock(), 7);
+  EXPECT_EQ(Rows(r.get()), "one|hello\ntwo|second text\nthree|\na|" + a + "\nb|" + b + "\nc|c\n");
 }
 
 TEST_F(XBaseTableTest, UpdatedMemoGoesToNewBlockAndEmptyTextToBlanks) {
