@@ -188,6 +188,30 @@ TEST_F(LMTIndexFileTest, DeepTreeWalksAndKeySequencesLeaveTheseHeaders) {
   Create(0, "r.snx");
   for (int i = 1; i <= 100; i++) Insert(i, keys[i]);
   EXPECT_EQ(Header().substr(0, 28), "updates 100 pages 21 root 13");
+
+  // Deleting every key merges the tree back to one page; no page is given
+  // back and every step leaves a sound tree.
+  long pages = index_.numpages();
+  for (int i = 100; i >= 1; i -= 3) {
+    Delete(i, keys[i]);
+    keys.erase(i);
+    ASSERT_EQ(Problems(100), "") << "after deleting " << i;
+  }
+  EXPECT_EQ(Forward(), TextOrder(keys));
+  for (auto& entry : std::map<long, std::string>(keys)) Delete(entry.first, entry.second);
+  EXPECT_EQ(index_.numpages(), pages);
+  EXPECT_EQ(Forward(), std::vector<long>{});
+  EXPECT_EQ(Problems(100), "");
+  LMTIndexChecker checker(&index_);
+  checker.Check(100);
+  EXPECT_EQ(checker.pages(), 1);
+  EXPECT_EQ(index_.updatecount(), 200);
+
+  // The last key of a one-page tree leaves the root where it was.
+  Create(0, "y.snx");
+  Insert(1, "a");
+  Delete(1, "a");
+  EXPECT_EQ(Header(), "updates 2 pages 2 root 1 size 2048");
 }
 
 // Each row's keys go in as records 1, 2, ...; both walks give its order.
@@ -271,35 +295,6 @@ TEST_F(LMTIndexFileTest, UniqueRefusesAnEqualKeyNumbersByValue) {
   EXPECT_EQ(index_.Insert(4, "a"), 0);
   EXPECT_EQ(Page(1), "0|2:a 0|1:b 0|3:c 0");
   EXPECT_EQ(Header(), "updates 3 pages 2 root 1 size 2048");
-}
-
-// Deleting every key of a deep tree merges it back to one page; no page is
-// given back and every step leaves a sound tree.
-TEST_F(LMTIndexFileTest, DeletingEverythingKeepsThePages) {
-  std::map<long, std::string> keys;
-  Create();
-  for (int i = 1; i <= 100; i++) Insert(i, keys[i] = ScrambledKey(i));
-  long pages = index_.numpages();
-  for (int i = 100; i >= 1; i -= 3) {
-    Delete(i, keys[i]);
-    keys.erase(i);
-    ASSERT_EQ(Problems(100), "") << "after deleting " << i;
-  }
-  EXPECT_EQ(Forward(), TextOrder(keys));
-  for (auto& entry : std::map<long, std::string>(keys)) Delete(entry.first, entry.second);
-  EXPECT_EQ(index_.numpages(), pages);
-  EXPECT_EQ(Forward(), std::vector<long>{});
-  EXPECT_EQ(Problems(100), "");
-  LMTIndexChecker checker(&index_);
-  checker.Check(100);
-  EXPECT_EQ(checker.pages(), 1);
-  EXPECT_EQ(index_.updatecount(), 200);
-
-  // The last key of a one-page tree leaves the root where it was.
-  Create(0, "y.snx");
-  Insert(1, "a");
-  Delete(1, "a");
-  EXPECT_EQ(Header(), "updates 2 pages 2 root 1 size 2048");
 }
 
 TEST_F(LMTIndexFileTest, DeletingAMissingRecordChangesNothing) {
