@@ -108,114 +108,84 @@ class XBaseCheckerTest : public ::testing::Test {
 const long kHeader = 129;
 const long kRecord = 29;
 
-TEST_F(XBaseCheckerTest, FreshFilesAreCleanAndRepairChangesNothing) {
-  Make(30);
-  std::string before = Read("people.dbf") + Read("byid.snx") + Read("byname.snx");
-  EXPECT_EQ(Check(), 0) << lines_;
-  EXPECT_EQ(lines_, "");
-  EXPECT_EQ(Repair(), 0) << lines_;
-  EXPECT_TRUE(backups_.empty());
-  EXPECT_EQ(Read("people.dbf") + Read("byid.snx") + Read("byname.snx"), before);
+// Damage to the table file itself: each row's lines, then a repair that
+// backs the damaged file up byte for byte and leaves every file sound.
+TEST_F(XBaseCheckerTest, TableDamageIsReportedAndRepaired) {
+  const struct {
+    int records;
+    long cut;   // the file's new length, or 0
+    int count;  // the header's new record count, or 0
+    std::vector<std::string> said, repaired;
+    int kept;  // whole records after the repair
+    size_t backups;
+  } rows[] = {
+      {10, kHeader + 7 * kRecord + 12, 0,
+       {"people.dbf: header says 10 records, file holds 7\n",
+        "people.dbf: the file ends in 12 bytes of an incomplete record after record 7",
+        // Entries for records 8 to 10 now point past the table.
+        "record 8 is not between 1 and 7"},
+       {},
+       7,
+       3},
+      // A writer killed between its record and its header leaves this: the
+      // count is raised, never lowered.
+      {10, 0, 8, {"people.dbf: header says 8 records, file holds 10\n"}, {"people.dbf: record count set from 8 to 10"}, 10, 3},
+      {3, kHeader + 3 * kRecord, 0, {"people.dbf: no end mark behind record 3"}, {}, 3, 1},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    for (const char* name : {"people.dbf", "people.dbt", "byid.snx", "byname.snx", "people.dbf.bak"})
+      unlink(P(name).c_str());
+    Make(row.records);
+    if (row.cut) Cut("people.dbf", row.cut);
+    if (row.count) Patch("people.dbf", 4, std::string(1, (char)row.count));
+    std::string damaged = Read("people.dbf");
+    EXPECT_EQ(Check(), 1);
+    for (const std::string& line : row.said) EXPECT_TRUE(Said(line)) << lines_;
+    EXPECT_EQ(Repair(), 0) << lines_;
+    for (const std::string& line : row.repaired) EXPECT_TRUE(Said(line)) << lines_;
+    EXPECT_EQ(backups_.size(), row.backups);
+    EXPECT_EQ(Read("people.dbf.bak"), damaged);
+    std::string repaired = Read("people.dbf");
+    EXPECT_EQ(repaired.size(), (size_t)(kHeader + row.kept * kRecord + 1));
+    EXPECT_EQ(repaired.back(), '\x1A');
+    EXPECT_EQ(repaired[4], row.kept);
+    std::string walk;
+    for (int i = 1; i <= row.kept; i++) walk += std::to_string(i) + " ";
+    EXPECT_EQ(Walk("byid.snx"), walk);
+    EXPECT_EQ(Check(), 0) << lines_;
+  }
 }
 
-TEST_F(XBaseCheckerTest, TruncatedTableIsCutToItsWholeRecords) {
-  Make(10);
-  Cut("people.dbf", kHeader + 7 * kRecord + 12);
-  std::string damaged = Read("people.dbf");
-  EXPECT_EQ(Check(), 1);
-  EXPECT_TRUE(Said("people.dbf: header says 10 records, file holds 7\n")) << lines_;
-  EXPECT_TRUE(Said("people.dbf: the file ends in 12 bytes of an incomplete record after record 7")) << lines_;
-  // Entries for records 8 to 10 now point past the table.
-  EXPECT_TRUE(Said("record 8 is not between 1 and 7")) << lines_;
-
-  EXPECT_EQ(Repair(), 0) << lines_;
-  EXPECT_EQ(Read("people.dbf").size(), (size_t)(kHeader + 7 * kRecord + 1));
-  EXPECT_EQ(Read("people.dbf").back(), '\x1A');
-  ASSERT_EQ(backups_.size(), 3u) << lines_;
-  EXPECT_EQ(Read("people.dbf.bak"), damaged);
-  EXPECT_EQ(Walk("byid.snx"), "1 2 3 4 5 6 7 ");
-  EXPECT_EQ(Check(), 0) << lines_;
-}
-
-TEST_F(XBaseCheckerTest, CountBehindTheFileIsRaisedNeverLowered) {
-  Make(10);
-  // A writer killed between its record and its header leaves this.
-  Patch("people.dbf", 4, std::string("\x08\x00\x00\x00", 4));
-  std::string damaged = Read("people.dbf");
-  EXPECT_EQ(Check(), 1);
-  EXPECT_TRUE(Said("people.dbf: header says 8 records, file holds 10\n")) << lines_;
-  EXPECT_EQ(Repair(), 0) << lines_;
-  EXPECT_TRUE(Said("people.dbf: record count set from 8 to 10")) << lines_;
-  EXPECT_EQ(Read("people.dbf.bak"), damaged);
-  EXPECT_EQ(Read("people.dbf")[4], 10);
-  EXPECT_EQ(Walk("byid.snx"), "1 2 3 4 5 6 7 8 9 10 ");
-  EXPECT_EQ(Check(), 0) << lines_;
-}
-
-TEST_F(XBaseCheckerTest, MissingEndMarkIsWrittenAgain) {
-  Make(3);
-  Cut("people.dbf", kHeader + 3 * kRecord);
-  EXPECT_EQ(Check(), 1);
-  EXPECT_TRUE(Said("people.dbf: no end mark behind record 3")) << lines_;
-  EXPECT_EQ(Repair(), 0) << lines_;
-  EXPECT_EQ(Read("people.dbf").size(), (size_t)(kHeader + 3 * kRecord + 1));
-}
-
+// Records 1 and 3 point past the file, record 2's text loses its end marks
+// and runs into the zeros behind it, record 4's runs to the end of the file.
 TEST_F(XBaseCheckerTest, BrokenMemoChainsAreReportedAndLeft) {
-  Make(3);
-  std::string memo = Read("people.dbt");
-  // Record 3's text loses its end mark; record 2 points into the gap
-  // behind record 1's text; record 1 points past the file.
-  Cut("people.dbt", (long)memo.size() - 2);
-  Patch("people.dbf", kHeader + 1 * kRecord + 19, "         1");
-  Patch("people.dbf", kHeader + 1 * kRecord + 19, "        99");
+  Make(4);
+  Cut("people.dbt", (long)Read("people.dbt").size() - 2);
+  Patch("people.dbt", 2 * 512 + 9, "xx");
+  Patch("people.dbf", kHeader + 2 * kRecord + 19, "        99");
   Patch("people.dbf", kHeader + 0 * kRecord + 19, "        77");
   EXPECT_EQ(Check({}), 1);
   EXPECT_TRUE(Said("people.dbt: record 1 field NOTE: block 77 lies past the end of the file")) << lines_;
-  EXPECT_TRUE(Said("people.dbt: record 2 field NOTE: block 99 lies past the end")) << lines_;
-  EXPECT_TRUE(Said("people.dbt: record 3 field NOTE: block 3: the text runs to the end of the file with no end mark"))
+  EXPECT_TRUE(Said("people.dbt: record 3 field NOTE: block 99 lies past the end")) << lines_;
+  EXPECT_TRUE(Said("record 2 field NOTE: block 2 does not start a text")) << lines_;
+  EXPECT_TRUE(Said("people.dbt: record 4 field NOTE: block 4: the text runs to the end of the file with no end mark"))
       << lines_;
   EXPECT_EQ(Repair({}), 1);
-  EXPECT_TRUE(Said("people.dbt: left after repair: record 3 field NOTE")) << lines_;
+  EXPECT_TRUE(Said("people.dbt: left after repair: record 4 field NOTE")) << lines_;
   EXPECT_TRUE(backups_.empty());
 }
 
-TEST_F(XBaseCheckerTest, MemoNumberIntoAGapIsNoText) {
-  Make(2);
-  // Block 1 holds "note of 1" and its end marks, then zeros up to block 2.
-  Patch("people.dbt", 512 + 11, std::string(4, '\0'));
-  Patch("people.dbt", 512 + 9, "xx");
-  EXPECT_EQ(Check({}), 1);
-  EXPECT_TRUE(Said("record 1 field NOTE: block 1 does not start a text")) << lines_;
-}
-
-TEST_F(XBaseCheckerTest, IndexMissingAKeyOrHoldingAnExtraOneIsRebuilt) {
-  Make(20);
-  {
-    LMTIndexFile index(&host_);
-    ASSERT_EQ(index.Open(P("byname.snx").c_str(), "byname.snx", FileRead | FileWrite), 1);
-    ASSERT_EQ(index.Delete(4, "n28"), 1);
-    ASSERT_EQ(index.Insert(6, "stray"), 1);
-    ASSERT_EQ(index.Insert(25, "ghost"), 1);
-  }
-  std::string damaged = Read("byname.snx");
-  std::string table = Read("people.dbf");
-  EXPECT_EQ(Check(), 1);
-  EXPECT_TRUE(Said("byname.snx: record 4 (key 'n28') has no entry")) << lines_;
-  EXPECT_TRUE(Said("byname.snx: record 6 (key 'n42') also has an entry with the key 'stray'")) << lines_;
-  EXPECT_TRUE(Said("record 25 is not between 1 and 20")) << lines_;
-  EXPECT_FALSE(Said("byid.snx")) << lines_;
-
-  EXPECT_EQ(Repair(), 0) << lines_;
-  ASSERT_EQ(backups_.size(), 1u);
-  EXPECT_EQ(Read("byname.snx.bak"), damaged);
-  EXPECT_EQ(Read("people.dbf"), table);
-  EXPECT_EQ(Check(), 0) << lines_;
-}
-
-TEST_F(XBaseCheckerTest, PageLoopIsFoundAndRebuiltWithTheSameFlags) {
+// A key missing or extra in one index, a page loop in the other: both are
+// rebuilt, the second with its flags, and the table is left alone.
+TEST_F(XBaseCheckerTest, DamagedIndexesAreRebuilt) {
   Make(40);
   LMTIndexFile index(&host_);
+  ASSERT_EQ(index.Open(P("byname.snx").c_str(), "byname.snx", FileRead | FileWrite), 1);
+  ASSERT_EQ(index.Delete(4, "n28"), 1);
+  ASSERT_EQ(index.Insert(6, "stray"), 1);
+  ASSERT_EQ(index.Insert(45, "ghost"), 1);
+  index.Close();
   ASSERT_EQ(index.Open(P("byid.snx").c_str(), "byid.snx", FileRead), 1);
   long root = index.startingpage();
   index.Close();
@@ -223,29 +193,43 @@ TEST_F(XBaseCheckerTest, PageLoopIsFoundAndRebuiltWithTheSameFlags) {
   unsigned char bytes[4];
   LMTIndexPage::Put32(bytes, (uint32_t)root);
   Patch("byid.snx", root * 1024 + 4 + 108, std::string((const char*)bytes, 4));
+  std::string damaged = Read("byname.snx");
+  std::string table = Read("people.dbf");
   EXPECT_EQ(Check(), 1);
+  EXPECT_TRUE(Said("byname.snx: record 4 (key 'n28') has no entry")) << lines_;
+  EXPECT_TRUE(Said("byname.snx: record 6 (key 'n42') also has an entry with the key 'stray'")) << lines_;
+  EXPECT_TRUE(Said("record 45 is not between 1 and 40")) << lines_;
   EXPECT_TRUE(Said("which is reached twice")) << lines_;
+  // Neither index's damage is laid at the other's door.
+  std::istringstream text(lines_);
+  for (std::string line; std::getline(text, line);)
+    if (line.find("n28") != std::string::npos || line.find("record 45 ") != std::string::npos ||
+        line.find("stray") != std::string::npos)
+      EXPECT_EQ(line.compare(0, 11, "byname.snx:"), 0) << line;
+    else
+      EXPECT_EQ(line.compare(0, 9, "byid.snx:"), 0) << line;
 
   EXPECT_EQ(Repair(), 0) << lines_;
+  ASSERT_EQ(backups_.size(), 2u);
+  EXPECT_EQ(Read("byname.snx.bak"), damaged);
+  EXPECT_EQ(Read("people.dbf"), table);
   ASSERT_EQ(index.Open(P("byid.snx").c_str(), "byid.snx", FileRead), 1);
   EXPECT_EQ(index.flags(), LMTIndexUnique);
-  EXPECT_EQ(std::string(index.keyexpression().chars()).find("id") != std::string::npos, true);
+  EXPECT_NE(std::string(index.keyexpression().chars()).find("id"), std::string::npos);
   EXPECT_EQ(Check(), 0) << lines_;
 }
 
-TEST_F(XBaseCheckerTest, UnreadableIndexHeaderIsBeyondRepair) {
-  Make(5);
-  Patch("byid.snx", 0, "XXXX");
-  std::string damaged = Read("byid.snx");
-  EXPECT_EQ(Check(), 1);
-  EXPECT_TRUE(Said("byid.snx: 'byid.snx' is either corrupt")) << lines_;
-  EXPECT_EQ(Repair(), 1);
-  EXPECT_TRUE(Said("byid.snx: cannot be repaired")) << lines_;
-  EXPECT_EQ(Read("byid.snx"), damaged);
-}
+// Sound files give no line and a repair that changes nothing; backups
+// never overwrite earlier ones.
+TEST_F(XBaseCheckerTest, CleanFilesAndNumberedBackups) {
+  Make(30);
+  std::string before = Read("people.dbf") + Read("byid.snx") + Read("byname.snx");
+  EXPECT_EQ(Check(), 0);
+  EXPECT_EQ(lines_, "");
+  EXPECT_EQ(Repair(), 0) << lines_;
+  EXPECT_TRUE(backups_.empty());
+  EXPECT_EQ(Read("people.dbf") + Read("byid.snx") + Read("byname.snx"), before);
 
-TEST_F(XBaseCheckerTest, BackupsNeverOverwriteEarlierOnes) {
-  Make(4);
   Write("people.dbf.bak", "older");
   Patch("people.dbf", 4, std::string("\x02", 1));
   EXPECT_EQ(Repair(), 0) << lines_;
@@ -257,8 +241,18 @@ TEST_F(XBaseCheckerTest, BackupsNeverOverwriteEarlierOnes) {
   EXPECT_EQ(backups_[0], P("people.dbf.bak2"));
 }
 
-TEST_F(XBaseCheckerTest, DescriptorDamageAndAMissingTable) {
+// An unreadable index header, damaged descriptors and a missing table are
+// reported and left as they are.
+TEST_F(XBaseCheckerTest, WhatCannotBeRepairedIsLeft) {
   Make(2);
+  Patch("byid.snx", 0, "XXXX");
+  std::string index = Read("byid.snx");
+  EXPECT_EQ(Check(), 1);
+  EXPECT_TRUE(Said("byid.snx: 'byid.snx' is either corrupt")) << lines_;
+  EXPECT_EQ(Repair(), 1);
+  EXPECT_TRUE(Said("byid.snx: cannot be repaired")) << lines_;
+  EXPECT_EQ(Read("byid.snx"), index);
+
   Patch("people.dbf", 32 + 32 + 16, std::string("\x05", 1));  // NAME: 12 bytes become 5
   Patch("people.dbf", 32 + 64 + 16, std::string("\x04", 1));  // NOTE, a MEMO, of 4 bytes
   EXPECT_EQ(Check({}), 1);

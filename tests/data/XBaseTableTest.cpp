@@ -112,39 +112,32 @@ TEST_F(XBaseTableTest, MemoFileIsMadeFreshAndTextsStartAtBlocks) {
   EXPECT_EQ(Read("notes.dbt"), Hex("01 00 00 00") + std::string(508, '\0') + "\x1a");
   EXPECT_EQ(t->memodisplayname(), "notes.dbt");
 
-  // Memo texts start at block boundaries.
+  // Memo texts start at block boundaries: 510 bytes and two end marks fill
+  // one block, 511 take two.
+  std::string a(510, 'a'), b(511, 'b');
   Add(t.get(), {{"TITLE", "one"}, {"BODY", "hello"}});
   Add(t.get(), {{"TITLE", "two"}, {"BODY", "second text"}});
   // An empty text takes no block and leaves ten blanks.
   Add(t.get(), {{"TITLE", "three"}, {"BODY", ""}});
-  EXPECT_EQ(Read("notes.dbf").substr(97), std::string(" one     ") + "         1" + " two     " +
-                                               "         2" + " three   " + "          " + "\x1a");
+  Add(t.get(), {{"TITLE", "a"}, {"BODY", a}});
+  Add(t.get(), {{"TITLE", "b"}, {"BODY", b}});
+  Add(t.get(), {{"TITLE", "c"}, {"BODY", "c"}});
+  EXPECT_EQ(Read("notes.dbf").substr(97), std::string(" one     ") + "         1" + " two     " + "         2" +
+                                               " three   " + "          " + " a       " + "         3" +
+                                               " b       " + "         4" + " c       " + "         6" + "\x1a");
   std::string memo = Read("notes.dbt");
-  ASSERT_EQ(memo.size(), 1037u);
-  EXPECT_EQ(memo.substr(0, 4), Hex("03 00 00 00"));
+  ASSERT_EQ(memo.size(), 6 * 512 + 3u);
+  EXPECT_EQ(memo.substr(0, 4), Hex("07 00 00 00"));
   EXPECT_EQ(memo.substr(512, 512), "hello\x1a\x1a" + std::string(505, '\0'));
-  EXPECT_EQ(memo.substr(1024), "second text\x1a\x1a");
+  EXPECT_EQ(memo.substr(1024, 13), "second text\x1a\x1a");
+  EXPECT_EQ(memo.substr(3 * 512 - 2, 6), Hex("00 00 61 61 61 61"));
+  EXPECT_EQ(memo.substr(4 * 512 - 4, 6), Hex("61 61 1a 1a 62 62"));
+  EXPECT_EQ(memo.substr(4 * 512 + 509, 6), Hex("62 62 1a 1a 00 00"));
+  EXPECT_EQ(memo.substr(6 * 512), "c\x1a\x1a");
 
   std::unique_ptr<XBaseTable> r = Open("notes.dbf");
-  EXPECT_EQ(r->nextfreeblock(), 3);
-  EXPECT_EQ(Rows(r.get()), "one|hello\ntwo|second text\nthree|\n");
-}
-
-TEST_F(XBaseTableTest, MemoOf510BytesFillsOneBlockAnd511Two) {
-  std::unique_ptr<XBaseTable> t = Create("m.dbf", {{"BODY", XBaseMEMO, 10, 0}});
-  std::string a(510, 'a'), b(511, 'b');
-  Add(t.get(), {{"BODY", a}});
-  Add(t.get(), {{"BODY", b}});
-  Add(t.get(), {{"BODY", "c"}});
-  EXPECT_EQ(Read("m.dbf").substr(65), "          1          2          4\x1a");
-  std::string memo = Read("m.dbt");
-  ASSERT_EQ(memo.size(), 2051u);
-  EXPECT_EQ(memo.substr(0, 4), Hex("05 00 00 00"));
-  EXPECT_EQ(memo.substr(1020, 6), Hex("61 61 1a 1a 62 62"));
-  EXPECT_EQ(memo.substr(1533, 6), Hex("62 62 1a 1a 00 00"));
-  EXPECT_EQ(memo.substr(2048), "c\x1a\x1a");
-  std::unique_ptr<XBaseTable> r = Open("m.dbf");
-  EXPECT_EQ(Rows(r.get()), a + "\n" + b + "\nc\n");
+  EXPECT_EQ(r->nextfreeblock(), 7);
+  EXPECT_EQ(Rows(r.get()), "one|hello\ntwo|second text\nthree|\na|" + a + "\nb|" + b + "\nc|c\n");
 }
 
 TEST_F(XBaseTableTest, UpdatedMemoGoesToNewBlockAndEmptyTextToBlanks) {
@@ -185,7 +178,7 @@ TEST_F(XBaseTableTest, UpdatedMemoGoesToNewBlockAndEmptyTextToBlanks) {
   EXPECT_EQ(Read("d.dbt").substr(2048, 4), "ab\x1a\x1a");
 }
 
-TEST_F(XBaseTableTest, DeleteAndUndeleteWriteOnlyTheFlagAndStampTheDate) {
+TEST_F(XBaseTableTest, UpdatesRewriteTheCurrentRecordAndStampTheDate) {
   // The header date is the UTC date: a zone fourteen hours ahead puts the
   // local date a day after the UTC date for most of the day.
   ScopedTimeZone ahead("XYZ-14");
@@ -212,11 +205,8 @@ TEST_F(XBaseTableTest, DeleteAndUndeleteWriteOnlyTheFlagAndStampTheDate) {
   ASSERT_EQ(t->Goto(2), 1);
   EXPECT_EQ(t->deleted(), 1);
   EXPECT_EQ(Data(t.get(), "NAME"), "bee");
-}
 
-TEST_F(XBaseTableTest, UpdateRewritesTheCurrentRecordOnly) {
-  std::unique_ptr<XBaseTable> t = Stock();
-  ASSERT_EQ(t->Goto(2), 1);
+  // Update writes the whole current record and nothing else.
   t->Field("NAME")->Set("bumblebee", -1);
   t->Field("QTY")->Set("20", -1);
   ASSERT_EQ(t->Update(), 1);
@@ -227,9 +217,9 @@ TEST_F(XBaseTableTest, UpdateRewritesTheCurrentRecordOnly) {
   t->Field("NAME")->Set("zzz", -1);
   ASSERT_EQ(t->Goto(3), 1);
   ASSERT_EQ(t->Update(), 1);
-  std::string bytes = Read("stock.dbf");
+  bytes = Read("stock.dbf");
   EXPECT_EQ(bytes.substr(4, 4), Hex("03 00 00 00"));
-  EXPECT_EQ(bytes.substr(97), " ant     1 bumble 20 cat     3\x1a");
+  EXPECT_EQ(bytes.substr(97), " ant     1*bumble 20 cat     3\x1a");
   // No current record: nothing to update, and nothing is written.
   std::unique_ptr<XBaseTable> fresh = Open("stock.dbf");
   EXPECT_EQ(fresh->Update(), 0);
@@ -245,34 +235,66 @@ TEST_F(XBaseTableTest, SwapOriginalShowsTheRecordAsOnDisk) {
   // The edited memo has not been read from disk yet: the swap must fetch
   // the disk text without losing the edit.
   t->Field("BODY")->Set("new text", -1);
+  auto both = [&] { return Data(t.get(), "NAME") + "|" + Data(t.get(), "BODY"); };
   t->SwapOriginal();
-  EXPECT_EQ(Data(t.get(), "NAME"), "ant");
-  EXPECT_EQ(Data(t.get(), "BODY"), "old text");
+  EXPECT_EQ(both(), "ant|old text");
   t->SwapOriginal();
-  EXPECT_EQ(Data(t.get(), "NAME"), "bee");
-  EXPECT_EQ(Data(t.get(), "BODY"), "new text");
+  EXPECT_EQ(both(), "bee|new text");
   ASSERT_EQ(t->Update(), 1);
   // After a successful Update the disk holds the edit: nothing to swap.
   t->SwapOriginal();
-  EXPECT_EQ(Data(t.get(), "NAME"), "bee");
-  EXPECT_EQ(Data(t.get(), "BODY"), "new text");
+  EXPECT_EQ(both(), "bee|new text");
 }
 
-TEST_F(XBaseTableTest, ReadsTableWrittenElsewhere) {
-  // Each record: flag, NAME (8), AGE (3), SINCE (8), VIP (1).
-  std::string file = Header(0x03, 4, 161, 21) + Descriptor("NAME", 'C', 8) + Descriptor("AGE", 'N', 3) +
-                     Descriptor("SINCE", 'D', 8) + Descriptor("VIP", 'L', 1) + "\r" +
-                     " Ann      4220010915Y"
-                     "*Bob       7        n"
-                     "x  Cy       19800229t"
-                     "         10019991231?\x1a";
-  Write("people.dbf", file);
+// Files written elsewhere: each row's table (and memo file) read back.
+TEST_F(XBaseTableTest, ReadsTablesWrittenElsewhere) {
+  // Twenty surplus header bytes, no 0x0D, junk in the reserved bytes, and
+  // records two bytes longer than their fields.
+  std::string loose = Header(0x03, 2, 32 + 64 + 1 + 20, 1 + 4 + 3 + 2);
+  for (int i = 12; i < 32; i++) loose[i] = 'r';
+  std::string a = Descriptor("WORD", 'C', 4), b = Descriptor("NUM", 'N', 3);
+  a.replace(12, 4, "JUNK");
+  b.replace(18, 14, "fourteen bytes");
+  loose += a + b + "Z" + "surplus header bytes" + " abcd 12##*xy    5##\x1a";
+
+  std::string memo = Hex("05 00 00 00") + std::string("junk in the reserved bytes") + std::string(482, '#');
+  std::string long_text;
+  for (int i = 0; i < 60; i++) long_text += "abcdefghij";
+  memo += long_text + "\x1a\x1a";
+  memo.resize(1536, '\0');
+  memo += "cut here\x1ahidden\x1a\x1a";
+  memo.resize(2048, '\0');
+  memo += "tail text";
+
+  const struct {
+    const char* name;
+    std::string dbf, dbt, rows;
+  } tables[] = {
+      // Each record: flag, NAME (8), AGE (3), SINCE (8), VIP (1).
+      {"people", Header(0x03, 4, 161, 21) + Descriptor("NAME", 'C', 8) + Descriptor("AGE", 'N', 3) +
+                     Descriptor("SINCE", 'D', 8) + Descriptor("VIP", 'L', 1) + "\r" + " Ann      4220010915Y" +
+                     "*Bob       7        n" + "x  Cy       19800229t" + "         10019991231?\x1a",
+       "", "Ann|42|20010915|Y\n*Bob|7|        |n\n  Cy||19800229|t\n|100|19991231|?\n"},
+      {"loose", loose, "", "abcd|12\n*xy|5\n"},
+      {"zero", Header(0x03, 1, 97, 4) + Descriptor("NONE", 'C', 0) + Descriptor("ID", 'C', 3) + "\r abc\x1a", "",
+       "|abc\n"},
+      // The last record is one byte short: its title runs on into its number.
+      {"memos", Header(0x83, 6, 97, 17) + Descriptor("TITLE", 'C', 6) + Descriptor("BODY", 'M', 10) + "\r" +
+                    " first          1 lead0 0000000003 blank            zero           0" +
+                    " tail           4 far  9999999999\x1a",
+       memo, "first|" + long_text + "\nlead0|cut here\nblank|\nzero|\ntail|tail text\nfar  9|\n"},
+  };
+  for (const auto& table : tables) {
+    SCOPED_TRACE(table.name);
+    Write(table.name + std::string(".dbf"), table.dbf);
+    if (!table.dbt.empty()) Write(table.name + std::string(".dbt"), table.dbt);
+    std::unique_ptr<XBaseTable> t = Open(table.name + std::string(".dbf"));
+    EXPECT_EQ(Rows(t.get()), table.rows);
+  }
+
   std::unique_ptr<XBaseTable> t = Open("people.dbf");
   EXPECT_EQ(t->recordcount(), 4u);
-  EXPECT_EQ(t->year(), 99);
-  EXPECT_EQ(t->month(), 12);
-  EXPECT_EQ(t->day(), 31);
-  EXPECT_EQ(Rows(t.get()), "Ann|42|20010915|Y\n*Bob|7|        |n\n  Cy||19800229|t\n|100|19991231|?\n");
+  EXPECT_EQ(std::vector<int>({t->year(), t->month(), t->day()}), std::vector<int>({99, 12, 31}));
   EXPECT_EQ(t->Goto(5), 0);
   EXPECT_EQ(t->Goto(0), 0);
   EXPECT_EQ(t->error(), "");
@@ -280,23 +302,18 @@ TEST_F(XBaseTableTest, ReadsTableWrittenElsewhere) {
   t->Error("stale");
   EXPECT_EQ(t->Goto(5), 0);
   EXPECT_EQ(t->error(), "");
+  EXPECT_EQ(Open("memos.dbf")->nextfreeblock(), 5);
+
+  // A zero-length field is accepted and takes no bytes.
+  t = Open("zero.dbf");
+  ASSERT_EQ(t->Goto(1), 1);
+  t->Field("NONE")->Set("ignored", -1);
+  t->Field("ID")->Set("xyz", -1);
+  ASSERT_EQ(t->Update(), 1);
+  EXPECT_EQ(Read("zero.dbf").substr(97), " xyz\x1a");
 }
 
-TEST_F(XBaseTableTest, ReaderTrustsOnlyWhatItNeeds) {
-  // Twenty surplus header bytes, no 0x0D, junk in the reserved bytes, and
-  // records two bytes longer than their fields.
-  std::string head = Header(0x03, 2, 32 + 64 + 1 + 20, 1 + 4 + 3 + 2);
-  for (int i = 12; i < 32; i++) head[i] = 'r';
-  std::string a = Descriptor("WORD", 'C', 4), b = Descriptor("NUM", 'N', 3);
-  a.replace(12, 4, "JUNK");
-  b.replace(18, 14, "fourteen bytes");
-  Write("loose.dbf", head + a + b + "Z" + "surplus header bytes" + " abcd 12##*xy    5##\x1a");
-  std::unique_ptr<XBaseTable> t = Open("loose.dbf");
-  ASSERT_EQ(t->fields()->Entries(), 2);
-  EXPECT_EQ(Rows(t.get()), "abcd|12\n*xy|5\n");
-}
-
-TEST_F(XBaseTableTest, OpenFailuresNameTheFileAsDisplayed) {
+TEST_F(XBaseTableTest, OpenAndCreateFailuresNameTheFileAsDisplayed) {
   const struct {
     const char* name;
     std::string bytes;  // none: the file is missing
@@ -323,12 +340,9 @@ TEST_F(XBaseTableTest, OpenFailuresNameTheFileAsDisplayed) {
     EXPECT_EQ(t->Open(String(P(c.name).c_str()), c.name, 3), 0) << c.name;
     EXPECT_EQ(t->error(), c.error);
   }
-}
 
-TEST_F(XBaseTableTest, CreateFailuresAndMissingFiles) {
   List<XBaseField> fields;
   fields.Insert(new XBaseField(nullptr, "A", XBaseCHAR, 3, 0));
-  std::unique_ptr<XBaseTable> t = NewTable();
   EXPECT_EQ(t->Create(String(P("no/dir.dbf").c_str()), "no/dir.dbf", String(), String(), fields), 0);
   EXPECT_EQ(t->error(), "Error creating 'no/dir.dbf': No such file or directory");
   EXPECT_EQ(t->Create(nullptr, "x.dbf", "x.dbf", nullptr, "", "", fields), 0);
@@ -342,39 +356,6 @@ TEST_F(XBaseTableTest, CreateFailuresAndMissingFiles) {
   // The files stay the caller's on failure.
   EXPECT_EQ(t->isopen(), 0);
   delete file;
-}
-
-TEST_F(XBaseTableTest, ReadsMemoWrittenElsewhere) {
-  std::string head =
-      Header(0x83, 6, 97, 17) + Descriptor("TITLE", 'C', 6) + Descriptor("BODY", 'M', 10) + "\r";
-  Write("memos.dbf", head + " first          1 lead0 0000000003 blank            zero           0" +
-                         " tail           4 far  9999999999\x1a");
-  std::string memo = Hex("05 00 00 00") + std::string("junk in the reserved bytes") + std::string(482, '#');
-  std::string long_text;
-  for (int i = 0; i < 60; i++) long_text += "abcdefghij";
-  memo += long_text + "\x1a\x1a";
-  memo.resize(1536, '\0');
-  memo += "cut here\x1ahidden\x1a\x1a";
-  memo.resize(2048, '\0');
-  memo += "tail text";
-  Write("memos.dbt", memo);
-
-  std::unique_ptr<XBaseTable> t = Open("memos.dbf");
-  EXPECT_EQ(t->nextfreeblock(), 5);
-  // The last record is one byte short: its title runs on into its number.
-  EXPECT_EQ(Rows(t.get()),
-            "first|" + long_text + "\nlead0|cut here\nblank|\nzero|\ntail|tail text\nfar  9|\n");
-}
-
-TEST_F(XBaseTableTest, ZeroLengthFieldIsAccepted) {
-  Write("zero.dbf",
-             Header(0x03, 1, 97, 4) + Descriptor("NONE", 'C', 0) + Descriptor("ID", 'C', 3) + "\r abc\x1a");
-  std::unique_ptr<XBaseTable> t = Open("zero.dbf");
-  EXPECT_EQ(Rows(t.get()), "|abc\n");
-  t->Field("NONE")->Set("ignored", -1);
-  t->Field("ID")->Set("xyz", -1);
-  ASSERT_EQ(t->Update(), 1);
-  EXPECT_EQ(Read("zero.dbf").substr(97), " xyz\x1a");
 }
 
 }  // namespace
