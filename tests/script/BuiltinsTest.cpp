@@ -139,7 +139,8 @@ TEST_F(BuiltinsTest, SessionIdLanguagesAndVariableListsByScope) {
   host_.vars()->SetVariable("b", "1");
   host_.vars()->SetVariable("A", "1");
   host_.vars()->AddSystemVariable("sysvar", "1");
-  for (auto [scope, list] : {std::pair<const char*, const char*>{"G", "A,B"}, {"local", "A,B"}, {"globals", ""}, {"", ""}})
+  for (auto [scope, list] :
+       {std::pair<const char*, const char*>{"G", "A,B"}, {"local", "A,B"}, {"globals", ""}, {"", ""}})
     EXPECT_EQ(Call("sorn_getvarlist", {scope}), list) << scope;
   EXPECT_NE(("," + Call("sorn_getvarlist", {"system"}) + ",").find(",sysvar,"), std::string::npos);
   VariableTree frame(1);

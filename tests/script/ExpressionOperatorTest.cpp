@@ -103,18 +103,19 @@ TEST(ExpressionOperator, OperatorsOverText) {
       {"2.567", "ROUND", "2", "2.57"},  {"2", "ROUND", "2", "2.00"},       {"0.05", "ROUND", "3", "0.050"},
       {"2.5", "ROUND", "0", "2"},       {"3.5", "ROUND", "0", "4"},        {"-1.25", "ROUND", "1", "-1.2"},
       {"5", "ROUND", "-1", "5.000000"}, {"abc", "ROUND", "1", "0.0"},      {"2.567", "ROUND", "1.9x", "2.6"},
-      // SUBSTR of "abcdef": start from 1, negative and huge counts clipped.
-      {"abcdef", "SUBSTR", "2,3", "bcd"}, {"abcdef", "SUBSTR", "0,3", "abc"}, {"abcdef", "SUBSTR", "5,10", "ef"},
-      {"abcdef", "SUBSTR", "7,2", ""},    {"abcdef", "SUBSTR", "2", ""},      {"abcdef", "SUBSTR", "x,2", ""},
-      {"abcdef", "SUBSTR", "3,0", ""},    {"abcdef", "SUBSTR", " 2, 3", "bcd"}, {"abcdef", "SUBSTR", "2 ,3", ""},
-      {"abcdef", "SUBSTR", "-1,3", "ab"}, {"abcdef", "SUBSTR", "2,-1", ""},   {"abcdef", "SUBSTR", "+2,+2", "bc"},
+      // SUBSTR by start (from 1) and count, with odd and out-of-range numbers.
+      {"abcdef", "SUBSTR", "2,3", "bcd"}, {"abcdef", "SUBSTR", "0,3", "abc"}, {"abcdef", "SUBSTR", "7,2", ""},
+      {"abcdef", "SUBSTR", "5,10", "ef"}, {"abcdef", "SUBSTR", "2", ""}, {"abcdef", "SUBSTR", "x,2", ""},
+      {"abcdef", "SUBSTR", "3,0", ""}, {"abcdef", "SUBSTR", "2 ,3", ""}, {"abcdef", "SUBSTR", " 2, 3", "bcd"},
+      {"abcdef", "SUBSTR", "-1,3", "ab"}, {"abcdef", "SUBSTR", "2,-1", ""}, {"abcdef", "SUBSTR", "+2,+2", "bc"},
       {"abcdef", "SUBSTR", "4294967295,3", "ab"}, {"abcdef", "SUBSTR", "2147483647,2147483647", ""},
   };
   for (const Case& c : cases)
     EXPECT_STREQ(Op(c.left, c.op, c.right), c.expect) << "'" << c.left << "' " << c.op << " '" << c.right << "'";
   // Division by zero fails, also by a zero that only 32 bits make.
   for (const char* zero : {"0", "abc", "-0.0"}) EXPECT_STREQ(Failure("1", "/", zero), "Divide by 0") << zero;
-  for (const char* zero : {"0.9", "4294967296"}) EXPECT_STREQ(Failure("5", "MOD", zero), "Divide by 0") << zero;
+  for (const char* zero : {"0.9", "4294967296"})
+    EXPECT_STREQ(Failure("5", "MOD", zero), "Divide by 0") << zero;
   EXPECT_EQ(Op("1e300", "+", "0").length(), 301);
   String large = Op("1e300", "ROUND", "2");
   EXPECT_EQ(large.length(), 304);
