@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -12,34 +13,6 @@
 #include "tests/script/BuiltinCall.h"
 
 namespace {
-
-// Every name below a directory, with its type, permission bits and, for
-// files, contents; links as their target. nftw's callback takes no context.
-thread_local std::map<std::string, std::string>* tree_listing = nullptr;
-thread_local size_t tree_prefix = 0;
-
-int ListEntry(const char* path, const struct stat* st, int, struct FTW*) {
-  char mode[16];
-  snprintf(mode, sizeof mode, "%o", (unsigned)(st->st_mode & 07777));
-  std::string what;
-  if (S_ISDIR(st->st_mode)) {
-    what = "dir ";
-  } else if (S_ISLNK(st->st_mode)) {
-    char target[1024];
-    ssize_t n = readlink(path, target, sizeof target);
-    what = "link " + std::string(target, n > 0 ? n : 0) + " ";
-  } else if (S_ISREG(st->st_mode)) {
-    FILE* f = fopen(path, "rb");
-    std::string bytes;
-    for (int c; f && (c = fgetc(f)) != EOF;) bytes.push_back((char)c);
-    if (f) fclose(f);
-    what = "file [" + bytes + "] ";
-  } else {
-    what = "other ";
-  }
-  (*tree_listing)[std::string(path).substr(tree_prefix)] = what + mode;
-  return 0;
-}
 
 // A request whose script root is outer/site and data directory outer/data,
 // inside a fresh directory whose whole tree the tests can list. Archives lie
@@ -66,12 +39,25 @@ class PackageExtractTest : public ConfiguredRequest {
   std::string Extract(const std::string& code, const std::string& directory) {
     return CallBuiltin(sorn_.get(), "sorn_package_extract", {code, directory, ""});
   }
+  // Every name below the root, with its type, permission bits and, for
+  // files, contents; links as their target.
   std::map<std::string, std::string> Tree() {
+    namespace fs = std::filesystem;
     std::map<std::string, std::string> listing;
-    tree_listing = &listing;
-    tree_prefix = root_.size();
-    nftw(root_.c_str(), ListEntry, 16, FTW_PHYS);
-    tree_listing = nullptr;
+    std::error_code error;
+    for (fs::recursive_directory_iterator it(root_, error), end; !error && it != end; it.increment(error)) {
+      const std::string path = it->path().string();
+      struct stat st = {};
+      lstat(path.c_str(), &st);
+      char mode[16];
+      snprintf(mode, sizeof mode, "%o", (unsigned)(st.st_mode & 07777));
+      listing[path.substr(root_.size())] =
+          (S_ISDIR(st.st_mode)   ? "dir "
+           : S_ISLNK(st.st_mode) ? "link " + fs::read_symlink(it->path(), error).string() + " "
+           : S_ISREG(st.st_mode) ? "file [" + Read(path) + "] "
+                                 : std::string("other ")) +
+          mode;
+    }
     return listing;
   }
   // What the walk added to the site, relative to it.
