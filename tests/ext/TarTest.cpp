@@ -54,6 +54,13 @@ TEST_F(TarTest, ReadsWhatGnuTarWrites) {
   };
   EXPECT_EQ(Walk(tar), expected);
   EXPECT_EQ(tar.error(), "");
+  // GNU tar pads to a record of 10240 bytes: each of the ten blocks after
+  // the headers and data is an entry of its own, up to the end of the file.
+  auto all = Walk(tar, true);
+  ASSERT_EQ(all.size(), 16u);
+  EXPECT_EQ(all[6], "7 5  0 0");
+  EXPECT_EQ(all[15], "16 5  0 0");
+  EXPECT_EQ(tar.Current(), 0);
 
   // The data of one entry, across three blocks, and of the last.
   tar.First();
@@ -65,26 +72,7 @@ TEST_F(TarTest, ReadsWhatGnuTarWrites) {
   EXPECT_EQ(Read("last.out"), "x");
 }
 
-TEST_F(TarTest, ZeroBlocksAreEntriesUntilTheFileEnds) {
-  // GNU tar pads to a record of 10240 bytes: one header, one data block and
-  // eighteen zero blocks. A zero block between members does not end a walk.
-  Shell("printf abc > f && tar --format=ustar -cf a.tar f");
-  Write("b.tar",
-             TarMember({"one", '0', "1"}) + std::string(512, '\0') + TarMember({"two", '0', "2"}));
-  Tar tar(&host_);
-  ASSERT_EQ(Open(tar, "a.tar"), 1);
-  auto walk = Walk(tar, true);
-  ASSERT_EQ(walk.size(), 19u);
-  EXPECT_EQ(walk[1], "2 5  0 0");
-  EXPECT_EQ(walk[18], "19 5  0 0");
-  EXPECT_EQ(tar.Current(), 0);
-  EXPECT_EQ(tar.error(), "");
-
-  ASSERT_EQ(Open(tar, "b.tar"), 1);
-  EXPECT_EQ(Walk(tar, true), (std::vector<std::string>{"1 0 one 1 644", "2 5  0 0", "3 0 two 1 644"}));
-}
-
-TEST_F(TarTest, DamagedHeadersEndTheWalk) {
+TEST_F(TarTest, DamagedHeadersEndTheWalkAndZeroBlocksDoNot) {
   // A changed byte in the second header.
   Shell(
       "printf A > a && printf B > b && tar --format=ustar -cf a.tar a b && "
@@ -106,6 +94,9 @@ TEST_F(TarTest, DamagedHeadersEndTheWalk) {
       // A header cut short ends the walk quietly, as the end of the file does.
       {"cut.tar", TarMember({"first", '0', "1"}) + TarHeader({"second", '0', "2"}).substr(0, 300),
        {"1 0 first 1 644"}, ""},
+      // A zero block between members is an entry of its own, not the end.
+      {"gap.tar", TarMember({"one", '0', "1"}) + std::string(512, '\0') + TarMember({"two", '0', "2"}),
+       {"1 0 one 1 644", "3 0 two 1 644"}, ""},
       // An empty file has no entries and no error.
       {"empty.tar", "", {}, ""},
   };
@@ -118,26 +109,21 @@ TEST_F(TarTest, DamagedHeadersEndTheWalk) {
   }
 }
 
+// The extractor skips these itself; Write must refuse them all the same.
+// (Truncation and Write's failure text are checked through the extractor.)
 TEST_F(TarTest, WriteCopiesOnlyRegularEntries) {
-  Write("a.tar", TarMember({"link", '2', "", "", "0000777", "/etc/passwd"}) +
-                             TarMember({"dev", '3', ""}) + TarMember({"f", '0', "new"}) + TarEnd());
-  Write("f.out", "old longer text");
+  Write("a.tar",
+        TarMember({"link", '2', "", "", "0000777", "/etc/passwd"}) + TarMember({"dev", '3', ""}) + TarEnd());
   Tar tar(&host_);
   ASSERT_EQ(Open(tar, "a.tar"), 1);
   ASSERT_EQ(tar.First(), 1);
   EXPECT_EQ(tar.type(), TarSymbolicLink);
   EXPECT_EQ(tar.Write(P("link.out").c_str(), "link.out"), 1);
-  EXPECT_EQ(tar.Next(), 2);
+  ASSERT_EQ(tar.Next(), 2);
   EXPECT_EQ(tar.type(), TarOther);
   EXPECT_EQ(tar.Write(P("dev.out").c_str(), "dev.out"), 1);
   EXPECT_EQ(access(P("link.out").c_str(), F_OK), -1);
   EXPECT_EQ(access(P("dev.out").c_str(), F_OK), -1);
-  // An existing file is truncated first.
-  EXPECT_EQ(tar.Next(), 3);
-  EXPECT_EQ(tar.Write(P("f.out").c_str(), "f.out"), 1);
-  EXPECT_EQ(Read("f.out"), "new");
-  EXPECT_EQ(tar.Write(P("no/such/dir").c_str(), "no/such/dir"), 0);
-  EXPECT_EQ(tar.error(), "Error creating 'no/such/dir': No such file or directory");
 }
 
 }  // namespace

@@ -64,7 +64,6 @@ TEST(ExpressionOperator, TableIsFoundByWholeNameInAnyCase) {
     EXPECT_LT(ExpressionOperator::Find(String(ladder[i - 1]))->precedence,
               ExpressionOperator::Find(String(ladder[i]))->precedence);
   EXPECT_EQ(ExpressionOperator::Find("BITOC", 5)->needsLeft, 0);
-  EXPECT_EQ(ExpressionOperator::kOperators[ExpressionOperator::kOperatorCount].opcode, OpNone);
 
   String result("same"), error, text("( ");
   EXPECT_EQ(ExpressionOperator::Operate(OpNone, nullptr, "1", "2", result, error), 1);
@@ -104,9 +103,19 @@ TEST(ExpressionOperator, OperatorsOverText) {
       {"2.567", "ROUND", "2", "2.57"},  {"2", "ROUND", "2", "2.00"},       {"0.05", "ROUND", "3", "0.050"},
       {"2.5", "ROUND", "0", "2"},       {"3.5", "ROUND", "0", "4"},        {"-1.25", "ROUND", "1", "-1.2"},
       {"5", "ROUND", "-1", "5.000000"}, {"abc", "ROUND", "1", "0.0"},      {"2.567", "ROUND", "1.9x", "2.6"},
+      // SUBSTR by start (from 1) and count, with odd and out-of-range numbers.
+      {"abcdef", "SUBSTR", "2,3", "bcd"}, {"abcdef", "SUBSTR", "0,3", "abc"}, {"abcdef", "SUBSTR", "7,2", ""},
+      {"abcdef", "SUBSTR", "5,10", "ef"}, {"abcdef", "SUBSTR", "2", ""}, {"abcdef", "SUBSTR", "x,2", ""},
+      {"abcdef", "SUBSTR", "3,0", ""}, {"abcdef", "SUBSTR", "2 ,3", ""}, {"abcdef", "SUBSTR", " 2, 3", "bcd"},
+      {"abcdef", "SUBSTR", "-1,3", "ab"}, {"abcdef", "SUBSTR", "2,-1", ""}, {"abcdef", "SUBSTR", "+2,+2", "bc"},
+      {"abcdef", "SUBSTR", "4294967295,3", "ab"}, {"abcdef", "SUBSTR", "2147483647,2147483647", ""},
   };
   for (const Case& c : cases)
     EXPECT_STREQ(Op(c.left, c.op, c.right), c.expect) << "'" << c.left << "' " << c.op << " '" << c.right << "'";
+  // Division by zero fails, also by a zero that only 32 bits make.
+  for (const char* zero : {"0", "abc", "-0.0"}) EXPECT_STREQ(Failure("1", "/", zero), "Divide by 0") << zero;
+  for (const char* zero : {"0.9", "4294967296"})
+    EXPECT_STREQ(Failure("5", "MOD", zero), "Divide by 0") << zero;
   EXPECT_EQ(Op("1e300", "+", "0").length(), 301);
   String large = Op("1e300", "ROUND", "2");
   EXPECT_EQ(large.length(), 304);
@@ -149,15 +158,7 @@ TEST(ExpressionOperator, RealToTextMatchesPrintfEverywhere) {
   }
 }
 
-TEST(ExpressionOperator, DivisionByZeroIsAnError) {
-  EXPECT_STREQ(Failure("1", "/", "0"), "Divide by 0");
-  EXPECT_STREQ(Failure("1", "/", "abc"), "Divide by 0");
-  EXPECT_STREQ(Failure("1", "/", "-0.0"), "Divide by 0");
-  EXPECT_STREQ(Failure("5", "MOD", "0.9"), "Divide by 0");
-  EXPECT_STREQ(Failure("5", "MOD", "4294967296"), "Divide by 0");  // 0 in 32 bits
-}
-
-TEST(ExpressionOperator, ResultMayBeAnOperand) {
+TEST(ExpressionOperator, ResultMayBeAnOperandAndCryptSaltsForTheHost) {
   String a("ab"), b("cd"), x("2"), error;
   EXPECT_EQ(ExpressionOperator::Operate(OpConcatenate, nullptr, a, b, a, error), 1);
   EXPECT_STREQ(a, "abcd");
@@ -167,20 +168,9 @@ TEST(ExpressionOperator, ResultMayBeAnOperand) {
   EXPECT_STREQ(a, "abcdabcd");
   EXPECT_EQ(ExpressionOperator::Operate(OpAdd, nullptr, x, x, x, error), 1);
   EXPECT_STREQ(x, "4");
-}
-
-TEST(ExpressionOperator, SubstrRanges) {
-  const char* cases[][2] = {
-      {"2,3", "bcd"}, {"0,3", "abc"},  {"5,10", "ef"}, {"7,2", ""},     {"2", ""},
-      {"x,2", ""},    {"3,0", ""},     {" 2, 3", "bcd"}, {"2 ,3", ""},  {"-1,3", "ab"},
-      {"2,-1", ""},   {"+2,+2", "bc"}, {"4294967295,3", "ab"}, {"2147483647,2147483647", ""},
-  };
-  for (const auto& c : cases) EXPECT_STREQ(Op("abcdef", "SUBSTR", c[0]), c[1]) << c[0];
-}
-
-TEST(ExpressionOperator, CryptPassesATwoCharacterSaltToTheHost) {
+  // CRYPT passes a two-character salt to the host.
   SaltEcho host;
-  String result, error;
+  String result;
   EXPECT_EQ(ExpressionOperator::Operate(OpCrypt, &host, "pw", "abcdef", result, error), 1);
   EXPECT_STREQ(result, "pw/ab");
   EXPECT_EQ(ExpressionOperator::Operate(OpCrypt, &host, "pw", "a", result, error), 1);

@@ -39,70 +39,39 @@ struct Sink {
   }
 };
 
-// A POP3 server over a list of messages (LF line ends), answering USER,
-// PASS, LIST, RETR, DELE and QUIT, and logging each command. A message
-// "stall" sends its first header line and then nothing for five seconds.
+// A POP3 server that logs each command and answers it with the next of its
+// replies, "+OK" once they run out. The reply "stall" sends a message's
+// first header line and then nothing for five seconds; "big" sends a
+// message of lines of a thousand bytes up to bigsize.
 struct POP3Peer {
-  explicit POP3Peer(std::vector<std::string> messages, const char* host = "127.0.0.1", int port = 0,
+  explicit POP3Peer(std::vector<std::string> replies, const char* host = "127.0.0.1", int port = 0,
                     long bigsize = 0)
-      : messages(std::move(messages)),
-        peer([this, bigsize](int fd, const std::string&) { Serve(fd, bigsize); }, 1, false, host, port) {}
+      : peer([this, replies, bigsize](int fd, const std::string&) { Serve(fd, replies, bigsize); }, 1, false,
+             host, port) {}
 
-  void Serve(int fd, long bigsize) {
+  void Serve(int fd, const std::vector<std::string>& replies, long bigsize) {
     TestPeer::SendAll(fd, "+OK ready\r\n");
     std::string line;
-    while (TestPeer::ReadLine(fd, line)) {
+    for (size_t next = 0; TestPeer::ReadLine(fd, line); next++) {
       {
         std::lock_guard<std::mutex> hold(lock);
         commands.push_back(line);
       }
-      if (line == "QUIT") {
-        TestPeer::SendAll(fd, "+OK bye\r\n");
+      std::string reply = next < replies.size() ? replies[next] : "+OK";
+      if (reply == "stall") {
+        TestPeer::SendAll(fd, "+OK\r\nSubject: stalled\r\n");
+        sleep(5);
         return;
       }
-      if (line == "LIST") {
-        std::string reply = "+OK\r\n";
-        for (size_t i = 0; i < messages.size(); i++)
-          reply += std::to_string(i + 1) + " " + std::to_string(messages[i].size()) + "\r\n";
-        if (bigsize > 0)
-          reply += std::to_string(messages.size() + 1) + " " + std::to_string(bigsize) + "\r\n";
-        TestPeer::SendAll(fd, reply + ".\r\n");
-      } else if (line.compare(0, 5, "RETR ") == 0) {
-        size_t n = std::stoul(line.substr(5));
-        if (n == messages.size() + 1 && bigsize > 0) {
-          // Headers, then lines of a thousand bytes up to the size.
-          if (!TestPeer::SendAll(fd, "+OK\r\nSubject: big\r\n\r\n")) return;
-          std::string row = std::string(998, 'x') + "\r\n";
-          std::string block;
-          for (int i = 0; i < 64; i++) block += row;
-          for (long sent = 0; sent < bigsize; sent += block.size())
-            if (!TestPeer::SendAll(fd, block)) return;
-          TestPeer::SendAll(fd, ".\r\n");
-          continue;
-        }
-        if (n < 1 || n > messages.size()) {
-          TestPeer::SendAll(fd, "-ERR no such message\r\n");
-          continue;
-        }
-        std::string reply = "+OK\r\n", text = messages[n - 1];
-        if (text == "stall") {
-          TestPeer::SendAll(fd, "+OK\r\nSubject: stalled\r\n");
-          sleep(5);
-          return;
-        }
-        for (size_t at = 0; at < text.size();) {
-          size_t end = text.find('\n', at);
-          std::string one = text.substr(at, end == std::string::npos ? std::string::npos : end - at);
-          if (!one.empty() && one[0] == '.') one = "." + one;
-          reply += one + "\r\n";
-          at = end == std::string::npos ? text.size() : end + 1;
-        }
-        TestPeer::SendAll(fd, reply + ".\r\n");
-      } else if (line == "PASS wrong") {
-        TestPeer::SendAll(fd, "-ERR invalid login\r\n");
-      } else {
-        TestPeer::SendAll(fd, "+OK\r\n");
+      if (reply == "big") {
+        if (!TestPeer::SendAll(fd, "+OK\r\nSubject: big\r\n\r\n")) return;
+        std::string block;
+        for (int i = 0; i < 64; i++) block += std::string(998, 'x') + "\r\n";
+        for (long sent = 0; sent < bigsize; sent += block.size())
+          if (!TestPeer::SendAll(fd, block)) return;
+        reply = ".";
       }
+      if (!TestPeer::SendAll(fd, reply + "\r\n") || line == "QUIT") return;
     }
   }
   std::vector<std::string> log() {
@@ -110,7 +79,6 @@ struct POP3Peer {
     return commands;
   }
 
-  std::vector<std::string> messages;
   std::mutex lock;
   std::vector<std::string> commands;
   TestPeer peer;
@@ -185,9 +153,13 @@ TEST(POP3, EOTRestoresDotLines) {
 // A whole session: the listing, each message into its own file with its
 // headers, and the older tag's delete right after each RETR.
 TEST(POP3, FetchesEachMessageIntoItsOwnFile) {
+  const std::string first = "Received: one\nReceived: two\nsubject: Hi\nSubject:x\n\nSubject: body\n.dot\n";
+  const std::string retr1 =
+      "+OK\r\nReceived: one\r\nReceived: two\r\nsubject: Hi\r\nSubject:x\r\n\r\nSubject: body\r\n..dot\r\n.";
   for (int deleting : {0, 1}) {
-    POP3Peer server(
-        {"Received: one\nReceived: two\nsubject: Hi\nSubject:x\n\nSubject: body\n.dot\n", "From: b\n"});
+    const std::string list = "+OK\r\n1 70\r\n2 8\r\n.", retr2 = "+OK\r\nFrom: b\r\n.";
+    POP3Peer server(deleting ? std::vector<std::string>{"+OK", "+OK", list, retr1, "+OK", retr2}
+                             : std::vector<std::string>{"+OK", "+OK", list, retr1, retr2});
     TestHost host;
     auto connection = Open(host, server.peer.port());
     ASSERT_NE(connection, nullptr);
@@ -202,7 +174,7 @@ TEST(POP3, FetchesEachMessageIntoItsOwnFile) {
       EXPECT_STREQ(message->relativePath().chars(), "rel/SORN_POP00000001");
       EXPECT_STREQ(message->headers("RECEIVED").chars(), "one");
       EXPECT_STREQ(message->headers("Subject").chars(), "Hi");
-      EXPECT_EQ(ReadFile(message->path().chars()), server.messages[0]);
+      EXPECT_EQ(ReadFile(message->path().chars()), first);
       ASSERT_EQ(pop3.GetNextMessage(&message, host.directory_.c_str(), "rel"), 1);
       EXPECT_STREQ(message->headers("from").chars(), "b");
       EXPECT_EQ(pop3.GetNextMessage(&message, host.directory_.c_str(), "rel"), 0);
@@ -219,7 +191,7 @@ TEST(POP3, FetchesEachMessageIntoItsOwnFile) {
 }
 
 TEST(POP3, RefusalsAndAnEmptyMaildrop) {
-  POP3Peer server({});
+  POP3Peer server({"+OK", "-ERR invalid login", "+OK\r\n."});
   TestHost host;
   auto connection = Open(host, server.peer.port());
   ASSERT_NE(connection, nullptr);
@@ -239,7 +211,7 @@ TEST(POP3, RefusalsAndAnEmptyMaildrop) {
 // A server that stalls inside a message: each character is waited for
 // mailtimeout seconds, and the request's own deadline ends the fetch.
 TEST(POP3, StalledMessageEndsAtTheGlobalTimeout) {
-  POP3Peer server({"stall"});
+  POP3Peer server({"+OK", "+OK", "+OK\r\n1 5\r\n.", "stall"});
   TestHost host;
   host.config_.mailtimeout = 1;
   host.config_.globaltimeout = 2;
@@ -267,7 +239,8 @@ TEST(POP3, GigabyteMessageGoesToItsFileInBoundedMemory) {
   GTEST_SKIP() << "the sanitizer's shadow memory is not the engine's";
 #endif
   const long kTotal = 1L << 30;
-  POP3Peer server({}, "127.0.0.3", 110, kTotal);
+  POP3Peer server({"+OK", "+OK", "+OK\r\n1 " + std::to_string(kTotal) + "\r\n.", "big"}, "127.0.0.3", 110,
+                  kTotal);
   if (server.peer.port() < 0) GTEST_SKIP() << "port 110 of 127.0.0.3 cannot be bound (not root, or taken)";
   TestHost host;  // for its temporary directory
   std::string dir = host.directory_;

@@ -47,8 +47,6 @@ struct FakeDatabase : Database {
   SearchableList<DatabaseView>& viewlist;
 };
 
-using DatabaseHost = TestHost;
-
 std::string Names(VariableList& list) {
   std::string names;
   for (Variable* v = list.First(); v != nullptr; v = list.Next()) names += std::string(v->name()) + " ";
@@ -146,7 +144,7 @@ TEST(Variables, SystemNamesAndFrames) {
 }
 
 TEST(Variables, SearchOrderAndDatabaseScopes) {
-  DatabaseHost host;
+  TestHost host;
   Variables& vars = *host.vars();
   FakeDatabase* db = new FakeDatabase;
   host.databases()->Insert(db, ListTail);
