@@ -174,11 +174,9 @@ TEST_F(VirtualHostTest, DeclarationsInAnyBlockAreKeptPackagesFilteredByTheKeyAnd
   EXPECT_STREQ(methods->Current()->library.chars(), "/lib/ship.so");
   // Content types by extension, the later type for the same one, a default.
   UNIXConfig* config = static_cast<UNIXConfig*>(sorn_->config());
-  EXPECT_STREQ(config->GetContentType("sn").chars(), "text/x-sorn");
-  EXPECT_STREQ(config->GetContentType(".TXT").chars(), "text/plain");
-  EXPECT_STREQ(config->GetContentType("html").chars(), "text/x-any");
-  EXPECT_STREQ(config->GetContentType("").chars(), "text/x-any");
-  config->AddContentType(" , .a,b ", "x/y");
+  for (auto [ext, type] : {std::pair("sn", "text/x-sorn"), {".TXT", "text/plain"}, {"html", "text/x-any"}, {"", "text/x-any"}})
+    EXPECT_STREQ(config->GetContentType(ext).chars(), type) << ext;
+  config->AddContentType(" , .a,b ", "x/y");  // blanks, an empty item, a dot
   EXPECT_STREQ(config->GetContentType("").chars(), "x/y");
   EXPECT_STREQ(config->GetContentType("B").chars(), "x/y");
   EXPECT_STREQ(getenv("PATH"), "/opt/a:/opt/b");
