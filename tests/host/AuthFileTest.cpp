@@ -77,8 +77,8 @@ TEST_F(AuthFileTest, RefusalsAndFailures) {
   EXPECT_EQ(result_, 0);
   EXPECT_EQ(dir(), "");
 
-  EXPECT_NE(Read("<AUTH TYPE=group>\n", "", uid_, -1).find("Group mode authorization is not supported in this version of Sorn"),
-            std::string::npos);
+  const char group[] = "Group mode authorization is not supported in this version of Sorn";
+  EXPECT_NE(Read("<AUTH TYPE=group>\n", "", uid_, -1).find(group), std::string::npos);
   EXPECT_EQ(result_, 1);
 
   unlink(file_.c_str());

@@ -72,7 +72,8 @@ TEST_F(BuiltinFilesTest, PathsRefusedByTheGateTouchAndLogNothingMissingFilesAreL
   CallAll({{"fexists", {"nosuch"}, "0"}, {"fsize", {"nosuch"}, "-1"}, {"fmode", {"nosuch"}, "-1"},
            {"fchmod", {"nosuch", "0600"}, "0"}, {"fdelete", {"nosuch"}, "0"}, {"frename", {"nosuch", "b"}, "0"},
            {"fcopy", {"nosuch", "b"}, "0"}, {"fmkdir", {"no/such"}, "0"}, {"fexists", {"b"}, "0"}});
-  const std::string nosuch = "FILEERROR filename=" + P("data/nosuch"), no = "&error=No such file or directory";
+  const std::string nosuch = "FILEERROR filename=" + P("data/nosuch");
+  const std::string no = "&error=No such file or directory";
   std::vector<std::string> expected = {
       nosuch + "&type=fchmod&operation=modeing" + no, nosuch + "&type=fdelete&operation=deleting" + no,
       nosuch + "&destfilename=" + P("data/b") + "&type=frename&operation=renaming" + no,
@@ -113,7 +114,8 @@ TEST_F(BuiltinFilesTest, DirectoriesModesAndScriptForms) {
   Write("site/p", "page");
   CallAll({{"fmkdir", {"d/"}, "1"}, {"fmode", {"d"}, "0700"}});
   Write("data/d/f", "x");
-  CallAll({{"fdelete", {"d"}, "0"}, {"frename", {"d/f", "g"}, "1"}, {"fdelete", {"d"}, "1"}, {"fdelete", {"g"}, "1"},
+  CallAll({{"fdelete", {"d"}, "0"}, {"frename", {"d/f", "g"}, "1"}, {"fdelete", {"d"}, "1"},
+           {"fdelete", {"g"}, "1"},
            {"fchmod", {"a", "0x1c0"}, "1"}, {"fmode", {"a"}, "0700"}, {"fchmod", {"a", "644"}, "1"},
            {"fmode", {"a"}, "0204"}, {"fchmod", {"a", "junk"}, "1"}, {"fmode", {"a"}, "0000"},
            {"ssize", {"p"}, "4"}, {"smkdir", {"dir"}, "1"}, {"scopy", {"p", "dir/q"}, "1"},

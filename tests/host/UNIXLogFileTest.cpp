@@ -130,8 +130,8 @@ TEST_F(UNIXLogFileTest, ConcurrentWritersKeepLinesWhole) {
     int w = -1, n = -1;
     if (line.compare(0, 6, "EVENT|") != 0 || at == std::string::npos ||
         sscanf(line.c_str() + at, "|writer=%d&n=%d&", &w, &n) != 2 || w < 0 || w >= kWriters ||
-        line.size() < padding.size() || line.compare(line.size() - padding.size(), padding.size(), padding) != 0 ||
-        line.find("EVENT|", 1) != std::string::npos)
+        line.size() < padding.size() || line.find("EVENT|", 1) != std::string::npos ||
+        line.compare(line.size() - padding.size(), padding.size(), padding) != 0)
       continue;
     if (n == next[w]) next[w]++;
   }

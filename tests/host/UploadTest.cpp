@@ -116,6 +116,9 @@ TEST(Multipart, LimitsRefusalsAndMissingFunctions) {
 // itself failed; a header without a boundary, or one in another case, is no
 // failure.
 TEST(Multipart, FailuresAndShortInputReportAndDrainTheBody) {
+  auto type = [](const char* header) {
+    return [header](Upload& u) { u.host.headers_["Content-Type"] = header; };
+  };
   const struct {
     std::function<void(Upload&)> setup;
     int result, calls;  // calls -1: any
@@ -123,12 +126,12 @@ TEST(Multipart, FailuresAndShortInputReportAndDrainTheBody) {
   } cases[] = {
       {[](Upload& u) { u.callbacks.processparameters = 5; }, 1, 0,
        "Function 'Sorn_ProcessFileUpload' must be declared with 6 parameters, found 5"},
-      {[](Upload& u) { u.host.headers_["Content-Type"] = "multipart/form-data; charset=x; boundary=AaB03x"; }, 1, 0,
+      {type("multipart/form-data; charset=x; boundary=AaB03x"), 1, 0,
        "Fatal Error: Boundary in Content-Type header does not match boundary in first line of content\r\n"},
-      {[](Upload& u) { u.host.headers_["Content-Type"] = "multipart/form-data"; }, 0, 2, nullptr},
-      {[](Upload& u) { u.host.headers_["Content-Type"] = "multipart/form-data; BOUNDARY = xyz "; }, 0, 2, nullptr},
+      {type("multipart/form-data"), 0, 2, nullptr},
+      {type("multipart/form-data; BOUNDARY = xyz "), 0, 2, nullptr},
       {[](Upload& u) { u.callbacks.succeed = 0; }, 1, 1, nullptr},
-      {[](Upload& u) { u.length += 100; }, 1, -1, nullptr},         // announced, never sent
+      {[](Upload& u) { u.length += 100; }, 1, -1, nullptr},      // announced, never sent
       {[](Upload& u) { u.host.fail_ = true; }, 1, -1, nullptr},  // a failed read, as after a signal
   };
   for (const auto& c : cases) {

@@ -157,7 +157,8 @@ TEST_F(VirtualHostTest, DeclarationsInAnyBlockAreKeptPackagesFilteredByTheKeyAnd
            "<COMMERCE-LIB METAMETHOD=\"pay\" LIBRARY=\"/lib/pay.so\">", "</VIRTUALHOST>",
            "<PACKAGE CODE=unused NAME=n DESCRIPTION=d VERSION=1 PATH=\"/p/u.tar\">",
            "<COMMERCE-LIB METHOD=ship METAMETHOD=old LIBRARY=\"/lib/ship.so\">",
-           "<CONTENT-TYPE MIMETYPE=\"text/plain\" EXTS=\"txt, .SN\">", "<CONTENT-TYPE MIMETYPE=\"text/x-sorn\" EXTS=sn>",
+           "<CONTENT-TYPE MIMETYPE=\"text/plain\" EXTS=\"txt, .SN\">",
+           "<CONTENT-TYPE MIMETYPE=\"text/x-sorn\" EXTS=sn>",
            "<CONTENT-TYPE MIMETYPE=\"text/x-any\" DEFAULT>"}),
       1)
       << body_;
@@ -174,7 +175,8 @@ TEST_F(VirtualHostTest, DeclarationsInAnyBlockAreKeptPackagesFilteredByTheKeyAnd
   EXPECT_STREQ(methods->Current()->library.chars(), "/lib/ship.so");
   // Content types by extension, the later type for the same one, a default.
   UNIXConfig* config = static_cast<UNIXConfig*>(sorn_->config());
-  for (auto [ext, type] : {std::pair("sn", "text/x-sorn"), {".TXT", "text/plain"}, {"html", "text/x-any"}, {"", "text/x-any"}})
+  for (auto [ext, type] :
+       {std::pair("sn", "text/x-sorn"), {".TXT", "text/plain"}, {"html", "text/x-any"}, {"", "text/x-any"}})
     EXPECT_STREQ(config->GetContentType(ext).chars(), type) << ext;
   config->AddContentType(" , .a,b ", "x/y");  // blanks, an empty item, a dot
   EXPECT_STREQ(config->GetContentType("").chars(), "x/y");
