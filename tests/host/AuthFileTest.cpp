@@ -24,20 +24,21 @@ class AuthFileTest : public ::testing::Test {
     file_ = host_.directory_ + "/users.auth";
     host_.config_.authfile = file_.c_str();
   }
-  void TearDown() override { unlink(file_.c_str()); }
-
   // The page's text after the decision; directory_ holds the result.
   std::string Read(const std::string& text, const char* start = "/granted/", int uid = -2, int gid = -2,
                    const char* user = "daemon") {
-    FILE* f = fopen(file_.c_str(), "w");
-    fputs(text.c_str(), f);
-    fclose(f);
+    Write(file_, text);
     directory_ = start;
     result_ = host_.config_.ReadAuthFile(uid == -2 ? uid_ : uid, gid == -2 ? gid_ : gid, user, home_.c_str(),
                                          directory_);
     return host_.text();
   }
   std::string dir() const { return directory_.chars(); }
+  static void Write(const std::string& path, const std::string& text) {
+    FILE* f = fopen(path.c_str(), "w");
+    fputs(text.c_str(), f);
+    fclose(f);
+  }
 
   TestHost host_;
   int uid_ = -1, gid_ = -1, result_ = -1;
@@ -76,10 +77,8 @@ TEST_F(AuthFileTest, RefusalsAndFailures) {
   EXPECT_EQ(result_, 0);
   EXPECT_EQ(dir(), "");
 
-  EXPECT_NE(Read("<AUTH TYPE=group>\n", "", uid_, -1)
-                .find("Group mode authorization is not supported in this "
-                      "version of Sorn"),
-            std::string::npos);
+  const char group[] = "Group mode authorization is not supported in this version of Sorn";
+  EXPECT_NE(Read("<AUTH TYPE=group>\n", "", uid_, -1).find(group), std::string::npos);
   EXPECT_EQ(result_, 1);
 
   unlink(file_.c_str());
@@ -122,10 +121,10 @@ TEST_F(AuthFileTest, DecisionsAreKeptInTheWorkdirTable) {
   // A denial is kept as well, and takes even the starting grant away.
   struct passwd* bin = getpwnam("bin");
   ASSERT_NE(bin, nullptr);
-  Read("-bin\n", "/granted/", (int)bin->pw_uid, (int)bin->pw_gid, "bin");
-  EXPECT_EQ(dir(), "");
-  Read("bin=/b\n", "/granted/", (int)bin->pw_uid, (int)bin->pw_gid, "bin");
-  EXPECT_EQ(dir(), "");
+  for (const char* text : {"-bin\n", "bin=/b\n"}) {
+    Read(text, "/granted/", (int)bin->pw_uid, (int)bin->pw_gid, "bin");
+    EXPECT_EQ(dir(), "") << text;
+  }
   // A user no line names leaves no row: the next read asks the file again
   // and finds nobody else's. (The ids are copied: getpwnam reuses its record.)
   struct passwd* sys = getpwnam("sys");
@@ -136,9 +135,7 @@ TEST_F(AuthFileTest, DecisionsAreKeptInTheWorkdirTable) {
   Read("sys=/s\n", "/granted/", sysuid, sysgid, "sys");
   EXPECT_EQ(dir(), "/s/");
   // A table that is not one is a configuration error, not a guess.
-  FILE* f = fopen((host_.directory_ + "/" + table).c_str(), "w");
-  fputs("not a table", f);
-  fclose(f);
+  Write(host_.directory_ + "/" + table, "not a table");
   std::string page = Read("daemon=/third\n");
   EXPECT_EQ(result_, 1);
   EXPECT_NE(page.find("Configuration Error"), std::string::npos) << page;

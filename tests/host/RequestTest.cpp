@@ -30,40 +30,36 @@ std::unique_ptr<TestHost> Publish(std::vector<std::pair<const char*, const char*
   return host;
 }
 
+// The named system variables, each followed by '|'.
+std::string Sys(TestHost& host, std::initializer_list<const char*> names) {
+  std::string joined;
+  for (const char* name : names) joined += host.sysvar(name) + "|";
+  return joined;
+}
+
 }  // namespace
 
 TEST(RequestVariables, QueryWordsFormVariablesAndDocumentURL) {
   auto cgi = Publish({{"QUERY_STRING", "page.sn+a=1&b=2&a=x%41+\\y"}, {"SCRIPT_NAME", "/cgi"}, {"SERVER_NAME", "h"}});
-  EXPECT_EQ(cgi->sysvar("arg1"), "page.sn");
-  EXPECT_EQ(cgi->sysvar("arg2"), "a=1&b=2&a=xA");
-  EXPECT_EQ(cgi->sysvar("arg3"), "y");
-  EXPECT_EQ(cgi->sysvar("nargs"), "3");
+  const auto names = {"nargs", "arg1", "arg2", "arg3", "apitype", "documenturl"};
+  EXPECT_EQ(Sys(*cgi, names), "3|page.sn|a=1&b=2&a=xA|y|CGI|http://h/cgi?page.sn+|");
   EXPECT_EQ(cgi->value("a"), "1,xA y");
-  EXPECT_EQ(cgi->sysvar("documenturl"), "http://h/cgi?page.sn+");
-  EXPECT_EQ(cgi->sysvar("apitype"), "CGI");
   EXPECT_FALSE(Publish({{"QUERY_STRING", "a=1"}})->has("a"));  // only the script's name
 
   auto redirect = Publish({{"PATH_INFO", "/x\\.sn"}, {"QUERY_STRING", "one++t%77o&k=v& s = %20v%20&flag&&e=&e=x"},
                            {"HTTPS", "ON"}, {"SERVER_PORT", "8443"}, {"SERVER_NAME", "h"}});
-  EXPECT_EQ(redirect->sysvar("arg1"), "/x.sn");
-  EXPECT_EQ(redirect->sysvar("arg2"), "one");
-  EXPECT_EQ(redirect->sysvar("arg3"), "two&k=v& s =  v &flag&&e=&e=x");
-  EXPECT_EQ(redirect->sysvar("nargs"), "3");
+  EXPECT_EQ(Sys(*redirect, names), "3|/x.sn|one|two&k=v& s =  v &flag&&e=&e=x|Redirect|https://h:8443/x\\.sn?|");
   EXPECT_EQ(redirect->value("s"), " v ");
   EXPECT_EQ(redirect->value("flag"), "flag");
   EXPECT_EQ(redirect->value("e"), ",x");
-  EXPECT_EQ(redirect->sysvar("apitype"), "Redirect");
-  EXPECT_EQ(redirect->sysvar("documenturl"), "https://h:8443/x\\.sn?");
   EXPECT_EQ(Publish({{"PATH_INFO", "/t"}, {"HTTPS", "on"}, {"SERVER_PORT", "443"}})->sysvar("documenturl"),
             "https:///t?");
   EXPECT_EQ(Publish({{"PATH_INFO", "/t"}, {"SERVER_PORT", "443"}})->sysvar("documenturl"), "http://:443/t?");
 
   char* argv[] = {(char*)"sorn", (char*)"page.sn", (char*)"", (char*)"a%20b", nullptr};
   auto words = Publish({{"QUERY_STRING", "ignored"}, {"TERMCAP", "x"}, {"Mail", "x"}}, 4, argv);
-  EXPECT_EQ(words->sysvar("arg2"), "a b");
-  EXPECT_EQ(words->sysvar("nargs"), "2");
+  EXPECT_EQ(Sys(*words, {"nargs", "arg2", "process_id"}), "2|a b|" + std::to_string(getpid()) + "|");
   EXPECT_FALSE(words->has("TERMCAP") || words->has("MAIL") || words->has("PATH"));
-  EXPECT_EQ(words->sysvar("process_id"), std::to_string(getpid()));
 }
 
 TEST(RequestVariables, CookieKeepsAUsableCallerIdOnly) {
@@ -81,8 +77,7 @@ TEST(RequestVariables, CookieKeepsAUsableCallerIdOnly) {
     EXPECT_TRUE(kept ? match[1] == kept : std::regex_match(match[1].str(), std::regex("[0-9A-F]{24}0{8}")));
     EXPECT_EQ(host.sysvar("callerid"), match[1]);
   }
-  EXPECT_STREQ(host.HTTPResultMessage(506), "Variant Also Varies");
-  EXPECT_STREQ(host.HTTPResultMessage(999), "");
+  EXPECT_STREQ(host.HTTPResultMessage(999), "");  // past the table
 }
 
 TEST(RequestVariables, MailDateZoneInWholeHours) {
@@ -112,9 +107,6 @@ TEST(URLEncoded, PairsSpanReadsAndOnlyValuesAreDecoded) {
   URLEncodedParser(&longer, 8).Parse(5);
   EXPECT_TRUE(longer.has("b") && longer.value("b").empty());
   EXPECT_EQ(longer.offset_, 5u);
-  TestHost shorter("a=1&b=2", 3);  // or at the end of the input
-  URLEncodedParser(&shorter, 8).Parse(1000);
-  EXPECT_EQ(shorter.value("b"), "2");
 }
 
 TEST(ContentVariables, TypeAndLengthChooseTheParser) {

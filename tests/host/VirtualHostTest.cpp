@@ -1,18 +1,13 @@
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "core/Package.h"
 #include "host/CGISorn.h"
 #include "host/UNIXConfig.h"
 #include "host/UNIXConfigParser.h"
-#include "script/Variables.h"
 #include "tests/host/ScratchDir.h"
 
 namespace {
@@ -37,10 +32,10 @@ class VirtualHostTest : public ::testing::Test, protected ScratchDir {
 
   // 1 when every step succeeded; body_ holds what the page got.
   int Run(const std::vector<std::string>& conf, const char* host = "www.one.test") {
-    FILE* f = fopen((root_ + "/sorn.conf").c_str(), "w");
-    for (const std::string& line : base_) fprintf(f, "%s\n", line.c_str());
-    for (const std::string& line : conf) fprintf(f, "%s\n", line.c_str());
-    fclose(f);
+    std::string text;
+    for (const std::string& line : base_) text += line + "\n";
+    for (const std::string& line : conf) text += line + "\n";
+    Write("sorn.conf", text);
     host != nullptr ? setenv("SERVER_NAME", host, 1) : unsetenv("SERVER_NAME");
     setenv("PATH_INFO", "/t.sn", 1);
     program_ = root_ + "/sorn";
@@ -107,6 +102,15 @@ TEST_F(VirtualHostTest, HostSettingsAreBuiltInFileOrderAndReadingStopsAfterTheOw
       << body_;
   unsetenv("HTTP_X_SITE");
   EXPECT_EQ(timeout(), 7);
+  // Only the characters make an address here; with look-up on, both the
+  // request's name and the block's are resolved.
+  EXPECT_TRUE(UNIXConfigParser::IsIPAddr("") && UNIXConfigParser::IsIPAddr("1.2"));
+  EXPECT_FALSE(UNIXConfigParser::IsIPAddr("10.0.0.1a"));
+  for (auto [block, host] :
+       {std::pair("<VIRTUALHOST 127.0.0.1>", "localhost"), {"<VIRTUALHOST localhost>", "127.0.0.1"}}) {
+    ASSERT_EQ(Run({"dnslookup=1", block, "globaltimeout=9", "</VIRTUALHOST>"}, host), 1) << body_;
+    EXPECT_EQ(timeout(), 9);
+  }
 }
 
 TEST_F(VirtualHostTest, BadTagsAreNamedWhereverTheyStand) {
@@ -144,15 +148,18 @@ TEST_F(VirtualHostTest, BadTagsAreNamedWhereverTheyStand) {
   }
 }
 
-TEST_F(VirtualHostTest, DeclarationsInAnyBlockAreKeptAndPackagesFilteredByTheKey) {
+TEST_F(VirtualHostTest, DeclarationsInAnyBlockAreKeptPackagesFilteredByTheKeyAndPathSet) {
   ASSERT_EQ(
-      Run({"packages= tools , nosuch,SHOP, tools",
+      Run({"packages= tools , nosuch,SHOP, tools", "path=/opt/a:/opt/b",
            "<PACKAGE CODE=shop NAME=\"The shop\" DESCRIPTION=d VERSION=1 PATH=\"/p/shop.tar\">",
            "<VIRTUALHOST elsewhere.test>",
            "<PACKAGE CODE=tools NAME=Tools DESCRIPTION=\"\" VERSION=2 PATH=\"/p/tools.tar\" DEFAULTPATH=t>",
            "<COMMERCE-LIB METAMETHOD=\"pay\" LIBRARY=\"/lib/pay.so\">", "</VIRTUALHOST>",
            "<PACKAGE CODE=unused NAME=n DESCRIPTION=d VERSION=1 PATH=\"/p/u.tar\">",
-           "<COMMERCE-LIB METHOD=ship METAMETHOD=old LIBRARY=\"/lib/ship.so\">"}),
+           "<COMMERCE-LIB METHOD=ship METAMETHOD=old LIBRARY=\"/lib/ship.so\">",
+           "<CONTENT-TYPE MIMETYPE=\"text/plain\" EXTS=\"txt, .SN\">",
+           "<CONTENT-TYPE MIMETYPE=\"text/x-sorn\" EXTS=sn>",
+           "<CONTENT-TYPE MIMETYPE=\"text/x-any\" DEFAULT>"}),
       1)
       << body_;
   EXPECT_EQ(packages(), "tools,shop");
@@ -166,48 +173,19 @@ TEST_F(VirtualHostTest, DeclarationsInAnyBlockAreKeptAndPackagesFilteredByTheKey
   EXPECT_STREQ(methods->First()->name.chars(), "pay");
   EXPECT_STREQ(methods->Next()->name.chars(), "ship");
   EXPECT_STREQ(methods->Current()->library.chars(), "/lib/ship.so");
-  // Without the key no package stays enabled.
-  ASSERT_EQ(Run({"<PACKAGE CODE=a NAME=n DESCRIPTION=d VERSION=1 PATH=p>"}), 1) << body_;
-  EXPECT_EQ(sorn_->packages()->Entries(), 0);
-}
-
-TEST_F(VirtualHostTest, ContentTypesByExtensionWithADefault) {
-  ASSERT_EQ(Run({"<CONTENT-TYPE MIMETYPE=\"text/plain\" EXTS=\"txt, .SN\">",
-                 "<CONTENT-TYPE MIMETYPE=\"text/x-sorn\" EXTS=sn>",
-                 "<CONTENT-TYPE MIMETYPE=\"text/x-any\" DEFAULT>"}),
-            1)
-      << body_;
+  // Content types by extension, the later type for the same one, a default.
   UNIXConfig* config = static_cast<UNIXConfig*>(sorn_->config());
-  EXPECT_STREQ(config->GetContentType("sn").chars(), "text/x-sorn");
-  EXPECT_STREQ(config->GetContentType(".TXT").chars(), "text/plain");
-  EXPECT_STREQ(config->GetContentType("html").chars(), "text/x-any");
-  EXPECT_STREQ(config->GetContentType("").chars(), "text/x-any");
-  config->AddContentType(" , .a,b ", "x/y");
+  for (auto [ext, type] :
+       {std::pair("sn", "text/x-sorn"), {".TXT", "text/plain"}, {"html", "text/x-any"}, {"", "text/x-any"}})
+    EXPECT_STREQ(config->GetContentType(ext).chars(), type) << ext;
+  config->AddContentType(" , .a,b ", "x/y");  // blanks, an empty item, a dot
   EXPECT_STREQ(config->GetContentType("").chars(), "x/y");
   EXPECT_STREQ(config->GetContentType("B").chars(), "x/y");
-}
-
-TEST_F(VirtualHostTest, HostNamesAndAddresses) {
-  EXPECT_EQ(UNIXConfigParser::IsIPAddr(""), 1);
-  EXPECT_EQ(UNIXConfigParser::IsIPAddr("1.2"), 1);
-  EXPECT_EQ(UNIXConfigParser::IsIPAddr("10.0.0.1a"), 0);
-  // With look-up on, both the request's name and the block's are resolved.
-  for (auto [block, host] :
-       {std::pair("<VIRTUALHOST 127.0.0.1>", "localhost"), {"<VIRTUALHOST localhost>", "127.0.0.1"}}) {
-    ASSERT_EQ(Run({"dnslookup=1", block, "globaltimeout=9", "</VIRTUALHOST>"}, host), 1) << body_;
-    EXPECT_EQ(timeout(), 9);
-  }
-}
-
-TEST_F(VirtualHostTest, PathComesFromTheConfiguration) {
-  ASSERT_EQ(Run({"path=/opt/a:/opt/b"}), 1) << body_;
   EXPECT_STREQ(getenv("PATH"), "/opt/a:/opt/b");
-  String path, name;
-  sorn_->config()->path = "/second";
-  ASSERT_EQ(sorn_->ProcessConfiguration(path, name), 1);
-  EXPECT_STREQ(getenv("PATH"), "/second");
-  // The default is the directory the engine started in.
-  ASSERT_EQ(Run({}), 1) << body_;
+  // Without the key no package stays enabled; the default path is the
+  // directory the engine started in.
+  ASSERT_EQ(Run({"<PACKAGE CODE=a NAME=n DESCRIPTION=d VERSION=1 PATH=p>"}), 1) << body_;
+  EXPECT_EQ(sorn_->packages()->Entries(), 0);
   char cwd[4096];
   ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
   EXPECT_STREQ(getenv("PATH"), cwd);
@@ -216,37 +194,31 @@ TEST_F(VirtualHostTest, PathComesFromTheConfiguration) {
 // The first request for a host records its block in the workdir tables;
 // later ones take the rows, whatever the file's block says by then.
 TEST_F(VirtualHostTest, HostRowsAreRecordedOnceAndThenReplaceTheBlock) {
-  mkdir((root_ + "/work").c_str(), 0700);
-  base_.push_back("workdir=" + root_ + "/work");
-  auto conf = [](const char* one, const char* two) {
-    return std::vector<std::string>{"globaltimeout=7", "<VIRTUALHOST www.one.test>", one,
-                                    "</VIRTUALHOST>",  "<VIRTUALHOST www.two.test>", two,
+  MakeDir("work");
+  base_.push_back("workdir=" + P("work"));
+  auto conf = [](int one, int two) {
+    return std::vector<std::string>{"globaltimeout=7", "<VIRTUALHOST www.one.test>",
+                                    "globaltimeout=" + std::to_string(one), "</VIRTUALHOST>",
+                                    "<VIRTUALHOST www.two.test>", "globaltimeout=" + std::to_string(two),
                                     "</VIRTUALHOST>"};
   };
-  ASSERT_EQ(Run(conf("globaltimeout=11", "globaltimeout=22")), 1) << body_;
-  EXPECT_EQ(timeout(), 11);
-  struct stat status;
-  EXPECT_EQ(stat((root_ + "/work/sornvh.dbf").c_str(), &status), 0);
-  EXPECT_EQ(stat((root_ + "/work/sornvh.snx").c_str(), &status), 0);
-
-  ASSERT_EQ(Run(conf("globaltimeout=33", "globaltimeout=44")), 1) << body_;
-  EXPECT_EQ(timeout(), 11);
-  // The other host has no rows yet.
-  ASSERT_EQ(Run(conf("globaltimeout=33", "globaltimeout=44"), "www.two.test"), 1) << body_;
-  EXPECT_EQ(timeout(), 44);
-  ASSERT_EQ(Run(conf("globaltimeout=55", "globaltimeout=66"), "www.two.test"), 1) << body_;
-  EXPECT_EQ(timeout(), 44);
-
+  // The second host has no rows until its own first request.
+  const struct { int one, two; const char* host; int timeout; } runs[] = {
+      {11, 22, "www.one.test", 11}, {33, 44, "www.one.test", 11}, {33, 44, "www.two.test", 44},
+      {55, 66, "www.two.test", 44}};
+  for (const auto& r : runs) {
+    ASSERT_EQ(Run(conf(r.one, r.two), r.host), 1) << body_;
+    EXPECT_EQ(timeout(), r.timeout) << r.one << " " << r.host;
+  }
+  EXPECT_EQ(access(P("work/sornvh.dbf").c_str(), F_OK) + access(P("work/sornvh.snx").c_str(), F_OK), 0);
   // The rows' table cut short behind its header: the index still names
   // rows that can't be read.
-  ASSERT_EQ(truncate((root_ + "/work/sornvh.dbf").c_str(), 129), 0);
-  EXPECT_EQ(Run(conf("globaltimeout=33", "globaltimeout=44")), 0);
+  ASSERT_EQ(truncate(P("work/sornvh.dbf").c_str(), 129), 0);
+  EXPECT_EQ(Run(conf(33, 44)), 0);
   EXPECT_NE(body_.find("The virtual host database is corrupt"), std::string::npos) << body_;
   // Not a table at all: the table's own words.
-  FILE* f = fopen((root_ + "/work/sornvh.dbf").c_str(), "w");
-  fputs("garbage", f);
-  fclose(f);
-  EXPECT_EQ(Run(conf("globaltimeout=33", "globaltimeout=44")), 0);
+  Write("work/sornvh.dbf", "garbage");
+  EXPECT_EQ(Run(conf(33, 44)), 0);
   EXPECT_NE(body_.find("sornvh.dbf"), std::string::npos) << body_;
 }
 
