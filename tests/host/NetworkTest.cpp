@@ -58,7 +58,7 @@ TEST(NetworkManager, OpenURLWritesTheRequestHead) {
       {"POST", "/u", "", "multipart/x", 5,
        "POST /u HTTP/1.0\r\nHost: 127.0.0.1\r\nContent-Type: multipart/x\r\nContent-Length: 5\r\n\r\n"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     TestPeer peer(TestPeer::Reply("HTTP/1.0 200 OK\r\n\r\n"));
     TestHost host;
     std::string url = "https://127.0.0.1:" + std::to_string(peer.port()) + c.path;

@@ -82,7 +82,9 @@ TEST_F(ScriptLocationTest, ScriptIsNamedByPathInfoThenArgumentThenQueryStringAnd
     SCOPED_TRACE(c.text);
     EXPECT_EQ(Run(c.pathinfo, c.query, c.arg1), c.path ? 3 : 1) << body_;
     EXPECT_EQ(c.path ? name_.chars() : body_, c.text);
-    if (c.path) EXPECT_EQ(path_.chars(), P(c.path));
+    if (c.path) {
+      EXPECT_EQ(path_.chars(), P(c.path));
+    }
   }
   conf_.push_back("securityoptions=1");
   ASSERT_EQ(Run("/link.sn"), 3) << body_;
